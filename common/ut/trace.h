@@ -1,0 +1,78 @@
+// The trace facility: named one-byte class switches, one trace destination
+// (file, standard output, standard error or a console routine) and a line
+// writer that prefixes every line (time stamp, pid, thread, client type,
+// source file and line).
+//
+// Code traces with TRACE(TR_CLASS, format, ...). The switch is tested at the
+// call site before any argument is evaluated, so a disabled class costs one
+// byte test. errno is saved and restored around every trace call. Trace
+// failures never stop the program: a failed write disables tracing.
+//
+// Thread safety: the trace lock guards open, close and reset; the wrap lock
+// serialises writes to a wrapping file. Class switches are plain bytes.
+#ifndef ZEBO_COMMON_UT_TRACE_H
+#define ZEBO_COMMON_UT_TRACE_H
+
+#include <stddef.h>
+
+#include "common/ut/traceclasses.h"
+
+#define TRACE(cls, ...)                                   \
+    do {                                                  \
+        if (cls) trPrintf(__FILE__, __LINE__, __VA_ARGS__); \
+    } while (0)
+
+// Rows of a class table: name in upper case, its switch, communication mark.
+struct TraceClassRow {
+    const char* name;
+    unsigned char* flag;
+    int commMark;
+};
+
+// Rows of an aggregate table: name and a blank-separated member list.
+struct TraceAggregateRow {
+    const char* name;
+    const char* members;
+};
+
+// The client runtime's tables and the agent's tables (both end with a null row).
+extern TraceClassRow ClassTable[];
+extern TraceAggregateRow AggregateTable[];
+extern TraceClassRow AgentClassTable[];
+extern TraceAggregateRow AgentAggregateTable[];
+
+// Writes one trace line (with the source prefix when TR_PREFIX is on).
+// Returns the length of the text, 0 when tracing is not active.
+int trPrintf(const char* file, unsigned line, const char* fmt, ...)
+    __attribute__((format(printf, 3, 4)));
+
+// Creates the process's trace object once (a second call returns 0 at once):
+// clears every class switch and the first test-flag rows.
+int trcInit(int clientType, int callerValue, int third);
+
+// Parses blank-separated flag words against the client tables (trSetFlags) or
+// against given tables. Returns 0, or -1 for an unknown word (earlier words
+// stay applied; "Invalid trace flag: %s" unless quiet).
+int trSetFlags(const char* words, int quiet);
+int trSetFlagsTables(const char* words, int quiet, TraceClassRow* classes,
+                     TraceAggregateRow* aggregates);
+
+// Opens the trace destination: "STDOUT", "STDERR", "CONSOLE" or a file.
+// Returns 0, -1 for an invalid name, 426 when the file cannot be opened.
+int trOpen(const char* name, int announce);
+void trSetMax(unsigned long megabytes);      // TRACEMAX
+void trSetSegSize(unsigned long megabytes);  // TRACESEGSIZE
+void trClose(int clearClasses);
+void trReset(int closeFile);
+int trIsActive();
+
+// Dumps memory as hex and characters into the trace.
+void trDump(const void* address, size_t length, int bytesPerLine);
+
+// Prints the enabled classes and where tracing goes (standard output).
+void trShowStatus();
+
+// Text used in trace lines in place of a null string.
+extern const char* const trNullString;
+
+#endif

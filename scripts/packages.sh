@@ -1,0 +1,21 @@
+# The Debian packages the project needs to build, test and run its demo.
+# Sourced by the test and demo scripts.
+ZEBO_PACKAGES=(g++ cmake make pkg-config libgtest-dev libgmock-dev libbenchmark-dev
+    libsqlite3-dev sqlite3 libssl-dev locales tmux libc-bin file man-db)
+
+zebo_need_packages() {
+    local missing=()
+    for p in "${ZEBO_PACKAGES[@]}"; do
+        dpkg -s "$p" >/dev/null 2>&1 || missing+=("$p")
+    done
+    [ ${#missing[@]} -eq 0 ] && return 0
+    if [ "$(id -u)" -eq 0 ]; then
+        echo "Installing missing packages: ${missing[*]}"
+        apt-get update -qq
+        DEBIAN_FRONTEND=noninteractive apt-get install -y -qq "${missing[@]}" >/dev/null
+    else
+        echo "Missing Debian packages: ${missing[*]}" >&2
+        echo "Install them with: sudo apt-get install ${missing[*]}" >&2
+        exit 1
+    fi
+}

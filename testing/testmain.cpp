@@ -1,0 +1,27 @@
+// The main of every test binary. It prepares the environment that child
+// processes and the code under test expect: the locales generated into the
+// build tree, the built programs and test programs on PATH, and the client
+// library on the library path of children.
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <string>
+
+#include "testing/testutil.h"
+#include "zebo_config.h"
+
+int main(int argc, char** argv) {
+    setenv("LOCPATH", ZEBO_BINARY_DIR "/locales", 1);
+    std::string path = zebotest::testBinDir() + ":" + zebotest::binDir();
+    if (const char* old = getenv("PATH")) path += std::string(":") + old;
+    setenv("PATH", path.c_str(), 1);
+    std::string ld = zebotest::libDir();
+    if (const char* old = getenv("LD_LIBRARY_PATH")) ld += std::string(":") + old;
+    setenv("LD_LIBRARY_PATH", ld.c_str(), 1);
+    // Tests decide their own language; an inherited one must not leak in.
+    unsetenv("LC_ALL");
+    unsetenv("LC_MESSAGES");
+    setenv("LANG", "C", 1);
+    ::testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}
