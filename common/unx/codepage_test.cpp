@@ -1,0 +1,75 @@
+#include "common/unx/codepage.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+
+#include "testing/testutil.h"
+
+namespace {
+
+TEST(CodePageTest, ConversionRules) {
+    struct Case {
+        int cp;
+        long c;
+        int expected;
+    };
+    const Case cases[] = {
+        {367, 'A', 'A'},   {367, ' ', ' '},   {367, '~', '~'},     {367, 31, -2},
+        {367, 127, -2},    {367, 0xE9, -2},   {367, 0xFFFF, -2},   {819, 0xE9, 0xE9},
+        {819, 0xA0, 0xA0}, {819, 0xFF, 0xFF}, {819, 0x80, -2},     {819, 0x9F, -2},
+        {819, 127, -2},    {819, 10, -2},     {819, 0x100, -2},    {819, 0x20AC, -2},
+        {437, 'z', 'z'},   {437, 0xE9, 0x82}, {437, 0x2591, 0xB0}, {437, 0x3B1, 0xE0},
+        {437, 0xA0, 0xFF}, {437, 0xE3, -2},   {437, 127, -2},      {437, 9, -2},
+        {437, 0xFFFF, -2}, {437, 0x263A, -2}, {850, 0xE3, 0xC6},   {850, 0x131, 0xD5},
+        {850, 0xF8, 0x9B}, {850, 0x3B1, -2},  {850, 0x20AC, -2},   {850, 0x1F, -2},
+        {1252, 'A', -1},   {0, 'A', -1},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(cpWideToByte(c.cp, static_cast<wchar_t>(c.c)), c.expected)
+            << "code page " << c.cp << ", U+" << std::hex << c.c;
+    }
+    EXPECT_EQ(cpByteToWide(437, 0x9B), 0xA2);
+    EXPECT_EQ(cpByteToWide(850, 0x9B), 0xF8);
+    EXPECT_EQ(cpByteToWide(367, 0x80), 0xFFFF);
+    EXPECT_EQ(cpByteToWide(1252, 0x41), -1);
+    EXPECT_EQ(CodePageId, 367);
+}
+
+// Every byte a table maps to a printable character converts back to itself,
+// and the ASCII half is the same in every table.
+TEST(CodePageTest, TablesRoundTrip) {
+    for (int cp : {437, 850, 819, 367}) {
+        const uint16_t* table = cpTable(cp);
+        ASSERT_NE(table, nullptr);
+        std::set<uint16_t> upper;
+        for (int b = 0; b < 256; ++b) {
+            if (b < 128) {
+                EXPECT_EQ(table[b], b) << cp << " byte " << b;
+            }
+            if (b >= 128 && table[b] != 0xFFFF) {
+                EXPECT_TRUE(upper.insert(table[b]).second) << cp << " duplicate at " << b;
+            }
+            int back = cpWideToByte(cp, static_cast<wchar_t>(table[b]));
+            bool control = b < 32 || b == 127 || (cp == 819 && b >= 128 && b < 160);
+            if (table[b] == 0xFFFF || control) {
+                EXPECT_EQ(back, -2) << cp << " byte " << b;
+            } else {
+                EXPECT_EQ(back, b) << cp << " byte " << b;
+            }
+        }
+        EXPECT_EQ(upper.size(), cp == 367 ? 0u : 128u) << cp;
+    }
+}
+
+// The committed tables are what the generator makes from the system's iconv.
+TEST(CodePageTest, CommittedTablesMatchTheGenerator) {
+    if (zebotest::run("command -v iconv").status != 0) GTEST_SKIP() << "no iconv";
+    std::string dir = zebotest::sourceDir() + "/common/unx";
+    zebotest::RunResult r = zebotest::run("sh " + dir + "/gen_codepages.sh");
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, zebotest::readFile(dir + "/codepage_tables.inc"));
+}
+
+}  // namespace
