@@ -12,11 +12,11 @@
 
 // Result codes of the lock layer.
 enum {
-    RC_LOCK_NO_MEMORY = 102,   // any lock failure but a deadlock
-    RC_COND_WAIT_FAILED = 131, // an untimed condition wait failed
-    RC_NULL_ATTRIBUTES = 109,  // psSetStackSize without attributes
-    RC_DEADLOCK = 936,         // pthread_mutex_lock reported EDEADLK
-    RC_TIMED_OUT = 964,        // a timed condition wait expired
+    RC_LOCK_NO_MEMORY = 102,    // any lock failure but a deadlock
+    RC_COND_WAIT_FAILED = 131,  // an untimed condition wait failed
+    RC_NULL_ATTRIBUTES = 109,   // psSetStackSize without attributes
+    RC_DEADLOCK = 936,          // pthread_mutex_lock reported EDEADLK
+    RC_TIMED_OUT = 964,         // a timed condition wait expired
 };
 
 extern int bIsSingleThread;  // 1: no locking at all
@@ -26,7 +26,7 @@ extern int bInSignalExit;    // 1: a shutdown signal was received
 int psThreadingInit(int on);
 
 int psMutexInit(pthread_mutex_t* mutex);
-int psMutexLock(pthread_mutex_t* mutex);    // 0, 936 or 102
+int psMutexLock(pthread_mutex_t* mutex);  // 0, 936 or 102
 int psMutexUnlock(pthread_mutex_t* mutex);
 int psMutexDestroy(pthread_mutex_t* mutex);
 
@@ -36,8 +36,8 @@ extern pthread_mutex_t initMutex;
 
 struct pkMutex {
     pthread_mutex_t mutex;
-    pthread_t owner;      // 0 = none
-    unsigned int count;   // holds by the owner
+    pthread_t owner;     // 0 = none
+    unsigned int count;  // holds by the owner
 };
 
 pkMutex* pkMutexCreate();  // null on failure
@@ -48,8 +48,8 @@ int pkMutexDestroy(pkMutex* m);
 void pkMutexShowOwner(pkMutex* m);
 
 struct pkCondition {
-    int signalled;          // waiters loop until non-zero
-    pkMutex* mutex;         // the wrapper that guards it
+    int signalled;   // waiters loop until non-zero
+    pkMutex* mutex;  // the wrapper that guards it
     pthread_cond_t cond;
 };
 

@@ -17,8 +17,8 @@
 
 #include "common/ut/traceclasses.h"
 
-#define TRACE(cls, ...)                                   \
-    do {                                                  \
+#define TRACE(cls, ...)                                     \
+    do {                                                    \
         if (cls) trPrintf(__FILE__, __LINE__, __VA_ARGS__); \
     } while (0)
 
@@ -74,5 +74,34 @@ void trShowStatus();
 
 // Text used in trace lines in place of a null string.
 extern const char* const trNullString;
+
+// The size settings as they stand (for the option display and diagnostics).
+struct TraceSizes {
+    unsigned long traceMax;     // TRACEMAX in MB, 0 = unlimited
+    unsigned long segSize;      // TRACESEGSIZE in MB, 0 = no segments
+    long segCount;              // -1 when only a segment size is known
+    unsigned long lastSegSize;  // MB of the last segment
+    unsigned long curSeg;       // segment written now, from 1
+};
+void trGetSizes(TraceSizes* sizes);
+
+// The name given to trOpen (after quote removal and path expansion) and the
+// path of the file written now (with ".N" when segments are in use).
+const char* trGivenName();
+const char* trFilePath();
+
+// Console tracing (to standard output or error) writes only while allowed.
+void trSetConsoleAllowed(int allowed);
+
+// The routine behind "CONSOLE": called with 0 when tracing to the console is
+// opened (a non-zero result refuses, and tracing goes to standard error), with
+// 1 and the text of every line, and with 2 when the trace is closed.
+typedef int (*trOutputRoutine)(int op, const char* text, void* user);
+void trSetConsoleRoutine(trOutputRoutine routine, void* user);
+
+// Fills the thread part of a line prefix; may also fill a first line that is
+// written before the line. Without one, TID prefixes "TID<n> ".
+typedef void (*trThreadIdRoutine)(char* idText, size_t idSize, char* firstLine, size_t firstSize);
+void trSetThreadIdRoutine(trThreadIdRoutine routine);
 
 #endif
