@@ -1,0 +1,96 @@
+// The catalog compiler and the repository agree on the catalog layout: texts
+// encoded by mkcat's encoder, served through the catalog reader seam, come
+// out of the repository formatted as the source meant them.
+#include <map>
+#include <string>
+
+#include "common/nls/nlscatalog.h"
+#include "common/nls/nlsdecode.h"
+#include "common/nls/nlstestutil.h"
+#include "tools/mkcat/catencode.h"
+
+namespace {
+
+std::map<int, std::string> gTexts;
+
+char* fakeCatgets(nl_catd, int set, int number, const char* dflt) {
+    auto it = gTexts.find(number);
+    if (set != 1 || it == gTexts.end()) return const_cast<char*>(dflt);
+    return const_cast<char*>(it->second.c_str());
+}
+
+class NlsRoundTripTest : public NlsTest {
+  protected:
+    void SetUp() override {
+        NlsTest::SetUp();
+        gTexts.clear();
+        ASSERT_EQ(0, init("nlstest.cat", testCatalogs()));
+        nlCatgetsSeam = fakeCatgets;
+    }
+
+    void add(unsigned number, char letter, CatForm form, const std::string& text,
+             const std::string& trailer = "") {
+        CatEntry e;
+        e.number = number;
+        e.letter = letter;
+        e.form = form;
+        e.text = text;
+        e.trailer = trailer;
+        std::string encoded, err;
+        ASSERT_TRUE(catEncodeEntry("QEV", e, &encoded, &err)) << err;
+        gTexts[static_cast<int>(number)] = encoded;
+    }
+};
+
+std::string text(unsigned number, ...) {
+    va_list args;
+    va_start(args, number);
+    char* t = nlFormatMsg(nlGetGlobalObject(), number, args, nullptr);
+    va_end(args);
+    std::string s = t ? t : "(null)";
+    free(t);
+    return s;
+}
+
+TEST_F(NlsRoundTripTest, OrderedTextsComeOutAsWritten) {
+    add(1, 'E', CatForm::Ordered, "%3$s|%1$*.*d|%2$X|100%%");
+    EXPECT_EQ("QEV0001E z|  007|FF|100%", text(1, 5, 3, 7, 255u, "z"));
+
+    add(2, 'Z', CatForm::Ordered, "no inserts, 50%% done\n");
+    EXPECT_EQ("no inserts, 50% done\n", text(2));
+
+    add(3, 'I', CatForm::Ordered, "", "TR");
+    EXPECT_EQ("QEV0003I ", text(3));
+
+    add(4, 'W', CatForm::Ordered, "%2$s %1$+.3e %3$-3c|", "ABCDEF");
+    EXPECT_EQ("QEV0004W b -1.500e+00 q  |", text(4, -1.5, "b", 'q'));
+
+    std::string eleven;
+    for (int i = 11; i >= 1; --i) eleven += "%" + std::to_string(i) + "$d ";
+    add(5, 'Z', CatForm::Ordered, eleven);
+    EXPECT_EQ("11 10 9 8 7 6 5 4 3 2 1 ", text(5, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11));
+}
+
+TEST_F(NlsRoundTripTest, PrintfTextsAndTheirStructuredInserts) {
+    add(10, 'S', CatForm::Printf, "%c-%5.*s-%5.1f-%lu-%u-%p-%%-%d", "T1");
+    void* ptr = reinterpret_cast<void*>(0x1234);
+    EXPECT_EQ("QEV0010S A-   ab-  2.5-9-4-0x1234-%--3",
+              text(10, 'A', 2, "abc", 2.5, 9ul, 4u, ptr, -3));
+    nlInsertResult r;
+    nlMsgDesc desc = {10, 0, 0, nullptr};
+    ASSERT_EQ(0,
+              nlOrderInsert(nlGetGlobalObject(), &desc, &r, 'A', 2, "abc", 2.5, 9ul, 4u, ptr, -3));
+    EXPECT_EQ(5, r.severityClass);  // S
+    EXPECT_EQ(7, r.insertCount);    // a "*" is not an insert of its own
+    ASSERT_EQ(4, r.itemCount);      // %c, %s and %f are counted only
+    EXPECT_EQ(NL_ITEM_UNSIGNED, r.items[0].type);
+    EXPECT_EQ(9u, r.items[0].value.u);
+    EXPECT_EQ(NL_ITEM_UNSIGNED, r.items[1].type);
+    EXPECT_EQ(4u, r.items[1].value.u);
+    EXPECT_EQ(NL_ITEM_POINTER, r.items[2].type);
+    EXPECT_EQ(ptr, r.items[2].value.p);
+    EXPECT_EQ(NL_ITEM_INT, r.items[3].type);
+    EXPECT_EQ(-3, r.items[3].value.i);
+}
+
+}  // namespace

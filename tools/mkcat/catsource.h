@@ -1,0 +1,62 @@
+// The readable source of one message catalog in one language, as kept in the
+// repository (catalogs/<language>/<name>.src), and its parser.
+//
+// Layout of a source file (UTF-8):
+//
+//   # A comment runs from "#" at the start of a line to its end.
+//   prefix QEV                       three upper-case letters, once, first
+//
+//   2522 E printf "There is not enough system memory to complete command.\n"
+//   2603 E ordered "Unknown keyword %1$s in the option file %2$s.\n"
+//   0475 Z printf
+//       "Line one of a long text,\n"
+//       "line two.\n"
+//   0477 I ordered trailer "ABC" "Text with a trailer.\n"
+//   raw 9001 "QES9001Q written to the catalog exactly as it stands"
+//
+// An entry is a message number, its severity letter (Z T R K I W E S L M),
+// its form and its text. The text is one or more double-quoted pieces, on
+// the entry's line or on the lines that follow, joined like C string
+// literals. Escapes: \n \t \\ \" and \ooo (three octal digits).
+//
+// Forms:
+//   printf   the text is a printf format applied to the caller's arguments in
+//            their order ("%s", "%d", "%5.2f", ...).
+//   ordered  every insert names the caller's argument it shows: "%2$s" shows
+//            the second argument. A translation puts the inserts in whatever
+//            order its language wants; the caller's order never changes.
+//   raw      (test catalogs) the whole catalog text, prefix included, is
+//            written as given; nothing is checked or added.
+//
+// Thread safety: plain functions on values.
+#ifndef ZEBO_TOOLS_MKCAT_CATSOURCE_H
+#define ZEBO_TOOLS_MKCAT_CATSOURCE_H
+
+#include <string>
+#include <vector>
+
+enum class CatForm { Printf, Ordered, Raw };
+
+struct CatEntry {
+    unsigned number = 0;
+    char letter = 0;  // severity letter; 0 for raw entries
+    CatForm form = CatForm::Printf;
+    std::string text;     // escapes resolved
+    std::string trailer;  // up to six characters, empty when none
+    int line = 0;         // line of the entry's header, for diagnostics
+};
+
+struct CatSource {
+    std::string prefix;  // three letters, e.g. "QEV"
+    std::vector<CatEntry> entries;
+};
+
+// Parses a whole source text. On failure returns false and sets *err to
+// "file:line: reason". Message numbers must be unique and within 1..65535.
+bool catParseSource(const std::string& text, const std::string& fileName, CatSource* out,
+                    std::string* err);
+
+// Reads and parses a file.
+bool catReadSource(const std::string& path, CatSource* out, std::string* err);
+
+#endif

@@ -1,0 +1,72 @@
+#include "tools/mkcat/catsource.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+CatSource parseOk(const std::string& text) {
+    CatSource src;
+    std::string err;
+    EXPECT_TRUE(catParseSource(text, "t.src", &src, &err)) << err;
+    return src;
+}
+
+std::string parseError(const std::string& text) {
+    CatSource src;
+    std::string err;
+    EXPECT_FALSE(catParseSource(text, "t.src", &src, &err));
+    return err;
+}
+
+TEST(CatSource, EntriesWithContinuationsEscapesAndTrailer) {
+    CatSource src = parseOk(
+        "# comment line\n"
+        "prefix QEV\n"
+        "\n"
+        "0002 Z printf \"%s\\n\"   # trailing comment\n"
+        "475 Z printf\n"
+        "    \"line one,\\t\"\n"
+        "    \"line \\\"two\\\" \\\\ end\\n\"\n"
+        "2603 E ordered trailer \"ABC\" \"Schl\xc3\xbcssel %1$s in %2$s\"\n"
+        "raw 9001 \"QEV9001Q \\001x\"\n");
+    EXPECT_EQ("QEV", src.prefix);
+    ASSERT_EQ(4u, src.entries.size());
+    EXPECT_EQ(2u, src.entries[0].number);
+    EXPECT_EQ('Z', src.entries[0].letter);
+    EXPECT_EQ("%s\n", src.entries[0].text);
+    EXPECT_EQ("line one,\tline \"two\" \\ end\n", src.entries[1].text);
+    EXPECT_EQ(CatForm::Ordered, src.entries[2].form);
+    EXPECT_EQ("ABC", src.entries[2].trailer);
+    EXPECT_EQ(8, src.entries[2].line);
+    EXPECT_EQ(CatForm::Raw, src.entries[3].form);
+    EXPECT_EQ("QEV9001Q \x01x", src.entries[3].text);
+}
+
+TEST(CatSource, RefusesMalformedSources) {
+    struct Case {
+        const char* text;
+        const char* expected;  // part of the error
+    } cases[] = {
+        {"2 Z printf \"x\"\n", "no prefix"},
+        {"prefix QE\n", "three upper-case"},
+        {"prefix QEV\nprefix QES\n", "given once"},
+        {"prefix QEV\n\"orphan\"\n", "without an entry"},
+        {"prefix QEV\n70000 Z printf \"x\"\n", "message number"},
+        {"prefix QEV\n0 Z printf \"x\"\n", "message number"},
+        {"prefix QEV\n5 Q printf \"x\"\n", "severity letter"},
+        {"prefix QEV\n5 E fancy \"x\"\n", "printf or ordered"},
+        {"prefix QEV\n5 E printf\n6 E printf \"x\"\n", "has no text"},
+        {"prefix QEV\n5 E printf \"open\n", "t.src:2: unterminated"},
+        {"prefix QEV\n5 E printf \"bad \\q\"\n", "unknown escape"},
+        {"prefix QEV\n5 E printf \"ctl \\020\"\n", "control character"},
+        {"prefix QEV\n5 E printf \"bad \xc3(\"\n", "UTF-8"},
+        {"prefix QEV\n5 E printf trailer \"TOOLONG\" \"x\"\n", "1 to 6"},
+        {"prefix QEV\n5 E printf \"x\"\n05 E printf \"y\"\n", "defined twice"},
+    };
+    for (const Case& c : cases) {
+        std::string err = parseError(c.text);
+        EXPECT_NE(std::string::npos, err.find(c.expected)) << c.text << " gave: " << err;
+    }
+}
+
+}  // namespace
