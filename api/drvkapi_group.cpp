@@ -1,0 +1,204 @@
+// Object groups on the server: a group leader object and its members. Each
+// operation runs in a transaction of its own and votes ABORT as soon as one
+// of its steps fails. The synchronisation run does not use them.
+#include <string.h>
+
+#include "api/drvkapi.h"
+#include "common/ut/trace.h"
+
+namespace {
+
+// Open leaders of one name that a single groupAdd cleans up at most.
+const int kMaxLeftovers = 64;
+
+unsigned long hiOf(const rvkU64& v) {
+    return v.hi;
+}
+unsigned long loOf(const rvkU64& v) {
+    return v.lo;
+}
+
+}  // namespace
+
+int DRvkApi::groupAction(ApiStatusObj* statusP, const char* fnNameP, const char* actionNameP,
+                         uint8_t action, uint32_t handle, uint8_t groupType, rvkU64 leaderId,
+                         rvkObjName* leaderNameP, uint32_t numMembers, rvkU64* memberIdsP) {
+    TRACE(TR_API, "Enter %s\n", fnNameP);
+    // fnNameP is "DRvkApi::groupX()" (three colons for groupAssign); the
+    // operation's own name follows the last colon.
+    const char* opNameP = strrchr(fnNameP, ':') + 1;
+    int opLen = static_cast<int>(strcspn(opNameP, "("));
+    int rc = drvkBeginTxn(statusP, handle);
+    if (rc != 0) {
+        TRACE(TR_API, "rvkBeginTxn for %.*s failed with %d\n", opLen, opNameP, rc);
+        TRACE(TR_API, "Exit %s, rc = %d\n", fnNameP, rc);
+        return rc;
+    }
+    rvkGroupHandlerIn in;
+    rvkGroupHandlerOut out;
+    memset(&in, 0, sizeof in);
+    memset(&out, 0, sizeof out);
+    in.stVersion = RVK_GROUPIN_VERSION;
+    in.handle = handle;
+    in.groupType = groupType;
+    in.actionType = action;
+    in.leaderObjId = leaderId;
+    in.objName = leaderNameP;
+    in.numMembers = numMembers;
+    in.memberObjIds = memberIdsP;
+    out.stVersion = RVK_GROUPOUT_VERSION;
+    uint8_t vote = RVK_VOTE_COMMIT;
+    rc = drvkGroupHandler(statusP, &in, &out);
+    if (rc != 0) {
+        TRACE(TR_API, "GroupHandler %s returned %d, Voting ABORT\n", actionNameP, rc);
+        vote = RVK_VOTE_ABORT;
+    }
+    uint16_t reason = 0;
+    int endRc = drvkEndTxnEx(statusP, handle, vote, &reason, nullptr);
+    if (endRc != 0 || reason != 0) {
+        TRACE(TR_API, "rvkEndTxnEx for %.*s failed with %d, reason %d\n", opLen, opNameP, endRc,
+              reason);
+        if (rc == 0) rc = endRc == RVK_RC_CHECK_REASON_CODE ? reason : endRc;
+    } else {
+        TRACE(TR_API, "rvkEndTxn successful\n");
+    }
+    TRACE(TR_API, "Exit %s, rc = %d\n", fnNameP, rc);
+    return rc;
+}
+
+int DRvkApi::groupAssign(ApiStatusObj* statusP, uint32_t handle, uint8_t groupType, rvkU64 leaderId,
+                         uint32_t numMembers, rvkU64* memberIdsP) {
+    return groupAction(statusP, "DRvkApi:::groupAssign()", "Assign", RVK_GROUP_ASSIGN, handle,
+                       groupType, leaderId, nullptr, numMembers, memberIdsP);
+}
+
+int DRvkApi::groupRemove(ApiStatusObj* statusP, uint32_t handle, uint8_t groupType, rvkU64 leaderId,
+                         uint32_t numMembers, rvkU64* memberIdsP) {
+    return groupAction(statusP, "DRvkApi::groupRemove()", "Remove", RVK_GROUP_REMOVE, handle,
+                       groupType, leaderId, nullptr, numMembers, memberIdsP);
+}
+
+int DRvkApi::groupClose(ApiStatusObj* statusP, uint32_t handle, uint8_t groupType, rvkU64 leaderId,
+                        rvkObjName* leaderNameP) {
+    return groupAction(statusP, "DRvkApi::groupClose()", "Close", RVK_GROUP_CLOSE, handle,
+                       groupType, leaderId, leaderNameP, 0, nullptr);
+}
+
+int DRvkApi::groupDelete(ApiStatusObj* statusP, uint32_t handle, rvkU64 leaderId) {
+    static const char* const fn = "DRvkApi::groupDelete()";
+    TRACE(TR_API, "Enter %s\n", fn);
+    int rc = drvkBeginTxn(statusP, handle);
+    if (rc != 0) {
+        TRACE(TR_API, "rvkBeginTxn for groupDelete failed with %d\n", rc);
+        TRACE(TR_API, "Exit %s, rc = %d\n", fn, rc);
+        return rc;
+    }
+    rvkDelInfo delInfo = {RVK_DELINFO_VERSION, leaderId.hi, leaderId.lo};
+    uint8_t vote = RVK_VOTE_COMMIT;
+    rc = drvkDeleteObj(statusP, handle, RVK_DEL_BACKUP_ID, delInfo);
+    if (rc != 0) {
+        TRACE(TR_API, "rvkDeleteObj for  group ID %lu %lu failed with %d\n", hiOf(leaderId),
+              loOf(leaderId), rc);
+        vote = RVK_VOTE_ABORT;
+    }
+    uint16_t reason = 0;
+    int endRc = drvkEndTxnEx(statusP, handle, vote, &reason, nullptr);
+    if (endRc != 0 || reason != 0) {
+        TRACE(TR_API, "rvkEndTxnEx for groupDelete failed with %d, reason %d\n", endRc, reason);
+        if (rc == 0) rc = endRc == RVK_RC_CHECK_REASON_CODE ? reason : endRc;
+    } else {
+        TRACE(TR_API, "rvkEndTxn successful\n");
+    }
+    TRACE(TR_API, "Exit %s, rc = %d\n", fn, rc);
+    return rc;
+}
+
+int DRvkApi::groupAdd(ApiStatusObj* statusP, uint32_t handle, uint8_t groupType,
+                      rvkObjName* leaderNameP, rvkU64* leaderIdP) {
+    static const char* const fn = "DRvkApi::groupAdd()";
+    TRACE(TR_API, "Enter %s\n", fn);
+    if (leaderIdP) memset(leaderIdP, 0, sizeof *leaderIdP);
+
+    // Leaders of this name still open from an earlier run are removed first.
+    rvkU64 leftovers[kMaxLeftovers];
+    int found = 0;
+    rvkQryBackupData query;
+    memset(&query, 0, sizeof query);
+    query.stVersion = RVK_QRYBACKUPDATA_VERSION;
+    query.objName = leaderNameP;
+    query.objState = RVK_STATE_ACTIVE;
+    if (drvkBeginQuery(statusP, handle, RVK_QRY_BACKUP, &query) == 0) {
+        rvkQryRespBackup resp;
+        rvkDataBlk blk;
+        for (;;) {
+            memset(&resp, 0, sizeof resp);
+            resp.stVersion = RVK_QRYRESPBACKUP_VERSION;
+            memset(&blk, 0, sizeof blk);
+            blk.stVersion = RVK_DATABLK_VERSION;
+            blk.bufferLen = sizeof resp;
+            blk.bufferPtr = reinterpret_cast<char*>(&resp);
+            if (drvkGetNextQObj(statusP, handle, &blk) != RVK_RC_MORE_DATA) break;
+            TRACE(TR_API, "Found open group leader %s%s%s ID %lu %lu\n", resp.objName.fs,
+                  resp.objName.hl, resp.objName.ll, hiOf(resp.objId), loOf(resp.objId));
+            if (found < kMaxLeftovers) leftovers[found++] = resp.objId;
+        }
+        drvkEndQuery(statusP, handle);
+    }
+    for (int i = 0; i < found; ++i) {
+        TRACE(TR_API, "Deleting open group leader %s%s%s\n", leaderNameP->fs, leaderNameP->hl,
+              leaderNameP->ll);
+        if (groupDelete(statusP, handle, leftovers[i]) == 0) {
+            TRACE(TR_API, "Successfully deleted group ID %lu %lu\n", hiOf(leftovers[i]),
+                  loOf(leftovers[i]));
+        }
+    }
+
+    int rc = drvkBeginTxn(statusP, handle);
+    if (rc != 0) {
+        TRACE(TR_API, "rvkBeginTxn for groupAdd failed with %d\n", rc);
+        TRACE(TR_API, "Exit %s, rc = %d\n", fn, rc);
+        return rc;
+    }
+    rvkGroupHandlerIn in;
+    rvkGroupHandlerOut out;
+    memset(&in, 0, sizeof in);
+    memset(&out, 0, sizeof out);
+    in.stVersion = RVK_GROUPIN_VERSION;
+    in.handle = handle;
+    in.groupType = groupType;
+    in.actionType = RVK_GROUP_OPEN;
+    in.objName = leaderNameP;
+    out.stVersion = RVK_GROUPOUT_VERSION;
+    uint8_t vote = RVK_VOTE_ABORT;
+    rc = drvkGroupHandler(statusP, &in, &out);
+    if (rc != 0) {
+        TRACE(TR_API, "GroupHandler Open returned %d, Voting ABORT\n", rc);
+    } else {
+        rvkMcBindKey mcKey;
+        memset(&mcKey, 0, sizeof mcKey);
+        mcKey.stVersion = RVK_MCBINDKEY_VERSION;
+        rvkObjAttr attr;
+        memset(&attr, 0, sizeof attr);
+        attr.stVersion = RVK_OBJATTR_VERSION;
+        if ((rc = drvkBindMC(statusP, handle, leaderNameP, RVK_SEND_BACKUP, &mcKey)) != 0) {
+            TRACE(TR_API, "GroupHandler bindMC returned %d, Voting ABORT\n", rc);
+        } else if ((rc = drvkSendObj(statusP, handle, RVK_SEND_BACKUP, nullptr, leaderNameP, &attr,
+                                     nullptr)) != 0) {
+            TRACE(TR_API, "GroupHandler sendObj returned %d, Voting ABORT\n", rc);
+        } else if ((rc = drvkEndSendObj(statusP, handle)) != 0) {
+            TRACE(TR_API, "GroupHandler endSendObj returned %d, Voting ABORT\n", rc);
+        } else {
+            vote = RVK_VOTE_COMMIT;
+        }
+    }
+    uint16_t reason = 0;
+    int endRc = drvkEndTxnEx(statusP, handle, vote, &reason, leaderIdP);
+    if (endRc != 0 || reason != 0) {
+        TRACE(TR_API, "rvkEndTxn for groupOpen failed with %d, reason %d\n", endRc, reason);
+        if (rc == 0) rc = endRc == RVK_RC_CHECK_REASON_CODE ? reason : endRc;
+    } else {
+        TRACE(TR_API, "rvkEndTxn successful\n");
+    }
+    TRACE(TR_API, "Exit %s, rc = %d\n", fn, rc);
+    return rc;
+}
