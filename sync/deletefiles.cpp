@@ -1,0 +1,120 @@
+// Deletion of the marked orphans; see deletefiles.h.
+//
+// The server allows at most maxObjPerTxn operations per transaction, so the
+// count is checked before each deletion: a full transaction is committed and
+// a new one begun. An entry leaves syncList as soon as its deletion call
+// succeeds. When a later deletion fails the open transaction is aborted and
+// the server keeps those objects, although their entries are already gone
+// from the list; the administrator sees them again at the next run.
+#include "sync/deletefiles.h"
+
+#include "api/dbaseapi.h"
+#include "api/drvkapi.h"
+#include "common/nls/nls.h"
+#include "common/ut/trace.h"
+#include "sync/answer.h"
+#include "sync/apireport.h"
+
+namespace {
+
+enum { MSG_SEPARATOR = 131, MSG_CONFIRM = 371, MSG_DELETE_WARNING = 2580 };
+
+const char* const fn = "utDeleteFiles()";
+
+int beginTxn(uint32_t handle) {
+    TRACE(TR_ORCLEVEL2, " %s: Calling RVKBEGINTXN(). rvkHandle = %d\n", fn, handle);
+    return gRvkApiObjP->drvkBeginTxn(RvkApiStatusObjP, handle);
+}
+
+// Ends the transaction. A failed end (2302) is reported as its reason code.
+int endTxn(uint32_t handle, uint8_t vote, uint16_t* reason) {
+    *reason = 0;
+    TRACE(TR_ORCLEVEL2, " %s: Calling RVKENDTXN(). rvkHandle = %d\n", fn, handle);
+    int rc = gRvkApiObjP->drvkEndTxn(RvkApiStatusObjP, handle, vote, reason);
+    if (rc == RVK_RC_CHECK_REASON_CODE) {
+        TRACE(TR_ORCLEVEL2, " %s: Reason = %d\n", fn, *reason);
+        rc = *reason;
+    }
+    return rc;
+}
+
+// A deletion failed: the transaction is aborted. Returns the code to give
+// back, the deletion's when the abort went through.
+int abortAfterFailedDelete(uint32_t handle, int deleteRc) {
+    utReportApiError(handle, deleteRc, true);
+    TRACE(TR_ORCLEVEL0, " %s: RVKDELETEOBJ() failed rc = %d\n", fn, deleteRc);
+    uint16_t reason = 0;
+    int rc = endTxn(handle, RVK_VOTE_ABORT, &reason);
+    if (rc == 0 && reason == 0) {
+        TRACE(TR_ORCLEVEL0, " %s: Exit - RVKDELETEOBJ() failed. rc = %d\n\n", fn, deleteRc);
+        return deleteRc;
+    }
+    utReportApiError(handle, rc, true);
+    TRACE(TR_ORCLEVEL0, " %s: RVKENDTXN failed rc = %d\n\n", fn, rc);
+    return rc;
+}
+
+}  // namespace
+
+int16_t utDeleteFiles(SyncList* syncList, AgentContext* context) {
+    TRACE(TR_ORCLEVEL1, " %s: Enter\n", fn);
+    nlMsg(MSG_SEPARATOR);
+    nlMsg(MSG_DELETE_WARNING);
+    if (!utAskYesNo(MSG_CONFIRM)) {
+        TRACE(TR_ORCLEVEL1, " %s: Exit - didn't enter 'y' \n\n", fn);
+        return 0;
+    }
+
+    const uint32_t handle = context->rvkHandle;
+    const uint32_t maxObjPerTxn = context->maxObjPerTxn;
+    int rc = beginTxn(handle);
+    if (rc != 0) {
+        utReportApiError(handle, rc, true);
+        TRACE(TR_ORCLEVEL0, " %s: Exit RVKBEGINTXN() failed rc = %d\n\n", fn, rc);
+        return static_cast<int16_t>(rc);
+    }
+
+    uint32_t inTxn = 0;
+    uint16_t reason = 0;
+    SyncList::Node* next = nullptr;
+    for (SyncList::Node* entry = syncList->getFirst(); entry != nullptr; entry = next) {
+        next = syncList->getNext(entry);
+        OrphanRecord& record = entry->element;
+        if (record.picked == 0) continue;
+
+        if (inTxn == maxObjPerTxn) {
+            rc = endTxn(handle, RVK_VOTE_COMMIT, &reason);
+            if (rc != 0 || reason != 0) {
+                // Kept deliberately: a commit that reports success with a
+                // reason returns 0, so the caller goes on as if all is well.
+                utReportApiError(handle, rc, false);
+                TRACE(TR_ORCLEVEL0, " %s: Exit RVKENDTXN() failed rc = %d\n\n", fn, rc);
+                return static_cast<int16_t>(rc);
+            }
+            rc = beginTxn(handle);
+            if (rc != 0) {
+                utReportApiError(handle, rc, false);
+                TRACE(TR_ORCLEVEL0, " %s: Exit - RVKBEGINTXN(). failed rc = %d\n\n", fn, rc);
+                return static_cast<int16_t>(rc);
+            }
+            inTxn = 0;
+        }
+
+        rvkDelInfo delInfo = {RVK_DELINFO_VERSION, record.objIdHi, record.objIdLo};
+        TRACE(TR_ORCLEVEL0, " %s: Calling RVKDELETEOBJ(). rvkHandle = %d\n", fn, handle);
+        rc = gRvkApiObjP->drvkDeleteObj(RvkApiStatusObjP, handle, RVK_DEL_BACKUP_ID, delInfo);
+        if (rc != 0) return static_cast<int16_t>(abortAfterFailedDelete(handle, rc));
+        TRACE(TR_ORCLEVEL2, " %s: Deleted file '%s' from Vlt Server\n", fn, record.name);
+        syncList->remove(entry);
+        ++inTxn;
+    }
+
+    rc = endTxn(handle, RVK_VOTE_COMMIT, &reason);
+    if (rc == 0 && reason == 0) {
+        TRACE(TR_ORCLEVEL1, " %s: Exit - OK\n\n", fn);
+        return 0;
+    }
+    utReportApiError(handle, rc, true);
+    TRACE(TR_ORCLEVEL0, " %s: Exit RVKENDTXN() failed rc = %d\n", fn, rc);
+    return static_cast<int16_t>(rc);
+}

@@ -1,0 +1,71 @@
+// Whole runs of zebosync that delete orphans: answers on standard input, the
+// result read from the server's repository, its activity log and the trace.
+#include <gtest/gtest.h>
+
+#include "sync/syncrun_testutil.h"
+#include "testing/testutil.h"
+
+namespace {
+
+class DeleteRunTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        if (!syncrun::Scratch::programsBuilt()) GTEST_SKIP() << "zebosync or its tools not built";
+    }
+};
+
+size_t count(const std::string& text, const std::string& what) {
+    size_t n = 0;
+    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) ++n;
+    return n;
+}
+
+TEST_F(DeleteRunTest, PickedOrphansGoInTransactionsOfTheServersMaximum) {
+    // Pieces 6 and 7 are in the catalog; 1 to 5 are orphans.
+    syncrun::Scratch scratch(7, {6, 7}, 2);
+    zebotest::RunResult r =
+        zebotest::run(scratch.command(), syncrun::Scratch::catalogAnswers() + "1:5+\no\ny\n");
+    EXPECT_EQ(0, r.status) << r.out << r.err;
+    EXPECT_EQ("BDDEBDDEBDE", syncrun::transactionCalls(scratch.trace()));
+    EXPECT_EQ("6 7", scratch.onServer());
+    std::string log = scratch.activityLog();
+    EXPECT_EQ(5u, count(log, "Deleted backup object")) << log;
+    for (int n = 1; n <= 5; ++n)
+        EXPECT_NE(std::string::npos, log.find("/koruorc/db1/piece" + std::to_string(n) + "\n"));
+    EXPECT_NE(std::string::npos, r.out.find("QEV2599I")) << "the list became empty";
+}
+
+TEST_F(DeleteRunTest, NoAnswerOrNothingPickedDeletesNothing) {
+    syncrun::Scratch scratch(4, {}, 2);
+    zebotest::RunResult r =
+        zebotest::run(scratch.command(), syncrun::Scratch::catalogAnswers() + "+\no\nno\nq\n");
+    EXPECT_EQ(0, r.status) << r.err;
+    EXPECT_EQ("", syncrun::transactionCalls(scratch.trace()));
+    EXPECT_EQ("1 2 3 4", scratch.onServer());
+
+    // Nothing picked: one empty transaction is begun and committed.
+    syncrun::Scratch second(4, {}, 2);
+    r = zebotest::run(second.command(), syncrun::Scratch::catalogAnswers() + "o\ny\nq\n");
+    EXPECT_EQ(0, r.status) << r.err;
+    EXPECT_EQ("BE", syncrun::transactionCalls(second.trace()));
+    EXPECT_EQ("1 2 3 4", second.onServer());
+}
+
+TEST_F(DeleteRunTest, AFailedDeletionAbortsAndBecomesTheExitStatus) {
+    // All five in one transaction; the library fails the third deletion
+    // with "server busy" (130).
+    syncrun::Scratch scratch(5, {}, 10);
+    zebotest::RunResult r = zebotest::run(scratch.command("RVK_FAULTS=rvkDeleteObj@3=130"),
+                                          syncrun::Scratch::catalogAnswers() + "+\no\ny\nq\n");
+    EXPECT_EQ(130, r.status) << r.out << r.err;
+    EXPECT_EQ("BDDDE", syncrun::transactionCalls(scratch.trace()));
+    EXPECT_EQ("1 2 3 4 5", scratch.onServer());
+    std::string trace = scratch.trace();
+    EXPECT_NE(std::string::npos, trace.find("Deleted file '/koruorc/db1/piece2'"));
+    EXPECT_EQ(std::string::npos, trace.find("Deleted file '/koruorc/db1/piece3'"));
+    EXPECT_NE(std::string::npos, trace.find("RVKDELETEOBJ() failed rc = 130"));
+    EXPECT_EQ(0u, count(scratch.activityLog(), "Deleted backup object"));
+    EXPECT_NE(std::string::npos, scratch.errorLog().find(" ==> ")) << "API text in the error log";
+}
+
+}  // namespace

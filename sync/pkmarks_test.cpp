@@ -1,0 +1,108 @@
+// Tests of the pick list's marks: the answers of entry numbers and ranges,
+// and the cursor that makes long ranges cheap.
+#include "sync/pkmarks.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "sync/picklist_testutil.h"
+
+namespace {
+
+struct AnswerCase {
+    const char* answer;
+    std::vector<int> before;  // marked before the answer
+    const char* after;        // marked after it
+};
+
+TEST(ProcessAnswerTest, NumbersAndRangesOverTenEntries) {
+    const AnswerCase cases[] = {
+        {"5", {}, "5"},
+        {"5", {5}, ""},
+        {"5,7", {7}, "5"},
+        {"5 7\t9", {}, "5 7 9"},
+        {"3:7+", {}, "3 4 5 6 7"},
+        {"3:7-", {1, 3, 5, 7, 8}, "1 8"},
+        {"5+", {}, "5"},
+        {"5-", {5, 6}, "6"},
+        {"3:7", {}, "7"},  // a start alone marks nothing; 7 is flipped
+        {"8:50+", {}, "8 9 10"},
+        {"50", {2}, "2"},
+        {"0", {}, ""},
+        {"7:3+", {}, ""},
+        {"abc", {4}, "4"},
+        {"", {4}, "4"},
+        // After a range its start is 0, not unset: "9+" then starts at 1.
+        {"3:4+9+", {}, "1 2 3 4 5 6 7 8 9"},
+        // "+ " is two separators: the "9" is read as its own follower.
+        {"3:4+ 9+", {}, "3 4 9"},
+        // Doubled separators shift where the following character is read:
+        // "7" is taken as the character after "7", so 7 is flipped.
+        {"3::7+", {}, "7"},
+        {"2,,4", {}, "2 4"},
+    };
+    for (const AnswerCase& c : cases) {
+        SyncList list;
+        pktest::fillList(&list, 10);
+        pktest::mark(&list, c.before);
+        PkCursor cursor;
+        pkCursorInit(&cursor, &list);
+        ProcessAnswer(&list, c.answer, 10, &cursor);
+        EXPECT_EQ(c.after, pktest::marked(&list)) << "answer '" << c.answer << "'";
+    }
+}
+
+TEST(ProcessAnswerTest, HugeRangeEndIsHarmless) {
+    SyncList list;
+    pktest::fillList(&list, 3);
+    PkCursor cursor;
+    pkCursorInit(&cursor, &list);
+    ProcessAnswer(&list, "2:99999999999999999999+", 3, &cursor);
+    EXPECT_EQ("2 3", pktest::marked(&list));
+}
+
+TEST(PkCursorTest, ReachesTheSameEntriesAsAWalkFromTheHead) {
+    SyncList list;
+    pktest::fillList(&list, 57);
+    PkCursor cursor;
+    pkCursorInit(&cursor, &list);
+    std::mt19937 random(1234);
+    std::uniform_int_distribution<int> pick(-2, 60);
+    for (int i = 0; i < 500; ++i) {
+        int number = pick(random);
+        SyncList::Node* expected = gotoListElement(&list, number);
+        ASSERT_EQ(expected, pkCursorGoto(&cursor, number)) << "entry " << number;
+        if (number >= 1 && number <= 57) {
+            ASSERT_NE(nullptr, expected);
+            EXPECT_EQ("/fs/hl/obj" + std::to_string(number), expected->element.name);
+        } else {
+            EXPECT_EQ(nullptr, expected);
+        }
+    }
+}
+
+TEST(PkHighlightEntryTest, ModesAndNumbersOutsideTheList) {
+    SyncList list;
+    pktest::fillList(&list, 4);
+    PkCursor cursor;
+    pkCursorInit(&cursor, &list);
+    pkHighlightEntry(&list, 2, 4, PK_MARK_SET, &cursor);
+    pkHighlightEntry(&list, 2, 4, PK_MARK_SET);
+    pkHighlightEntry(&list, 3, 4, PK_MARK_FLIP);
+    pkHighlightEntry(&list, 4, 4, PK_MARK_FLIP, &cursor);
+    pkHighlightEntry(&list, 4, 4, PK_MARK_FLIP, &cursor);
+    EXPECT_EQ("2 3", pktest::marked(&list));
+    pkHighlightEntry(&list, 5, 4, PK_MARK_SET, &cursor);  // above the count
+    pkHighlightEntry(&list, 5, 9, PK_MARK_SET);           // count larger than the list
+    pkHighlightEntry(&list, 3, 4, PK_MARK_CLEAR, &cursor);
+    EXPECT_EQ("2", pktest::marked(&list));
+
+    pktest::mark(&list, {1, 3, 4});
+    pkInitEntries(&list);
+    EXPECT_EQ("", pktest::marked(&list));
+    pkMarkAll(&cursor, PK_MARK_SET);
+    EXPECT_EQ("1 2 3 4", pktest::marked(&list));
+}
+
+}  // namespace

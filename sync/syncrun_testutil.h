@@ -1,0 +1,53 @@
+// Support for tests that run the zebosync program itself: a scratch
+// installation with a repository of the client library (node NODE1, its
+// password file), a simulated recovery catalog CAT1 and a number of backup
+// objects "/koruorc/db1/piece<n>", of which the catalog lists some; the
+// rest are the orphans that the pick list shows, in the order of n.
+#ifndef ZEBO_SYNC_SYNCRUN_TESTUTIL_H
+#define ZEBO_SYNC_SYNCRUN_TESTUTIL_H
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "agent/agent_testutil.h"
+
+namespace syncrun {
+
+class Scratch {
+  public:
+    // `objects` pieces on the server, those numbered in `cataloged` also in
+    // the catalog; the server allows `maxObjPerTxn` objects per transaction.
+    // With an owner, the objects belong to it and zebo.opt names it
+    // (ZEBO_OWNER). The trace goes to trace.out with the three ORCLEVEL
+    // classes on.
+    Scratch(int objects, const std::vector<int>& cataloged, int maxObjPerTxn,
+            const std::string& owner = "");
+
+    // Whether the programs that a run needs are built.
+    static bool programsBuilt();
+
+    // A shell command that runs "zebosync syncdb" in the scratch folder,
+    // with `environment` ("NAME=value ...") added.
+    std::string command(const std::string& environment = "") const;
+
+    // The answers to the catalog and date prompts, before the pick list.
+    static std::string catalogAnswers();
+
+    std::string onServer() const;  // numbers of the pieces left, "1 3 4"
+    std::string trace() const;
+    std::string activityLog() const;
+    std::string errorLog() const;  // zeboerror.log of RVKI_LOG
+    const agenttest::Install& install() const { return install_; }
+
+  private:
+    agenttest::Install install_;
+};
+
+// Transaction calls of utDeleteFiles in a trace, as letters: B begin,
+// D delete, E end ("BDDEBDE").
+std::string transactionCalls(const std::string& trace);
+
+}  // namespace syncrun
+
+#endif
