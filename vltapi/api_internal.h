@@ -1,0 +1,37 @@
+// Helpers shared by the entry-point files.
+#ifndef VLTAPI_API_INTERNAL_H
+#define VLTAPI_API_INTERNAL_H
+
+#include <string>
+
+#include "rvkapi.h"
+#include "vltapi/faults.h"
+#include "vltapi/session.h"
+#include "vltapi/util.h"
+
+namespace vlt {
+
+// Reads the option file and applies an option string; a failure is written
+// to the client error log.
+Rc loadOptions(const std::string& optFile, const char* optString, Options& o);
+
+// Checks a NUL-terminated string argument against a maximum length.
+inline bool fits(const char* s, size_t max) { return s == nullptr || boundedLen(s, max) <= max; }
+
+// Starts one counted operation of the open transaction (delete, send,
+// rename, update): checks the state and the server's maximum, and takes the
+// repository's write lock at the first one. A failure dooms the transaction.
+Rc beginTxnOperation(Session& s);
+
+// Records the first failure of the open transaction and returns rc.
+Rc failTxn(Session& s, Rc rc);
+
+// Checks an object name for use as an exact name (no wildcards, lengths).
+Rc checkExactName(const rvkObjName& n);
+
+// The node's file space of that name, or RVK_RC_FS_NOT_REGISTERED.
+Rc findFs(Session& s, const std::string& name, FsRecord& fs);
+
+}  // namespace vlt
+
+#endif

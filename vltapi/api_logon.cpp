@@ -1,0 +1,253 @@
+// Session entry points: log-on, log-off, password change, session
+// information and options.
+#include <string.h>
+#include <time.h>
+
+#include "vltapi/api_internal.h"
+#include "vltapi/passwords.h"
+
+using namespace vlt;
+
+namespace {
+
+constexpr size_t kOptionStringMax = 4096;
+
+struct LogOnInput {
+    const char* node;
+    const char* owner;
+    const char* password;
+    const char* userName;
+    const char* userPassword;
+    const char* appType;
+    const char* optFile;
+    const char* options;
+};
+
+Rc logOn(uint32_t* handle, const LogOnInput& in, rvkInitExOut* out) {
+    *handle = 0;
+    Environment env = environment();
+    if (!env.setUp) return RVK_RC_NOT_SET_UP;
+    if (!fits(in.node, RVK_NODE_NAME_MAX) || !fits(in.owner, RVK_OWNER_NAME_MAX) ||
+        !fits(in.password, RVK_PASSWORD_MAX) || !fits(in.appType, RVK_APP_TYPE_MAX) ||
+        !fits(in.optFile, RVK_PATH_LEN - 1) || !fits(in.options, kOptionStringMax))
+        return RVK_RC_STRING_TOO_LONG;
+    if ((in.userName && *in.userName) || (in.userPassword && *in.userPassword)) return RVK_RC_INVALID_ARGUMENT;
+
+    Options o;
+    std::string optPath = in.optFile && *in.optFile ? in.optFile : env.optFile;
+    if (Rc rc = loadOptions(optPath, in.options, o)) return rc;
+    if (!o.asNode.empty()) {
+        clientLog("log-on: -ASNODE (acting for another node) is not supported");
+        return RVK_RC_NOT_SUPPORTED;
+    }
+    if (o.repository.empty()) {
+        clientLog("log-on: option file " + optPath + " names no REPOSITORY");
+        return RVK_RC_NO_REPOSITORY;
+    }
+    std::string nodeName = upper(in.node && *in.node ? in.node : o.nodeName);
+    if (nodeName.empty()) return RVK_RC_NO_NODE_NAME;
+
+    std::string password, err;
+    if (in.password && *in.password) {
+        password = in.password;
+    } else if (o.passwordAccess == RVK_PASSWD_GENERATE) {
+        if (Rc rc = readStoredPassword(passwordDirectory(o), nodeName, password, err)) {
+            clientLog("log-on of node " + nodeName + ": " + err);
+            return rc;
+        }
+    } else {
+        return RVK_RC_NO_PASSWORD;
+    }
+
+    auto s = std::make_shared<Session>();
+    if (Rc rc = openStore(o.repository, o.busyTimeoutMs, s->store, err)) {
+        clientLog("log-on: " + err);
+        return rc;
+    }
+    if (Rc rc = s->store->readSettings(s->settings)) return storeFailure(*s, rc, "log-on: read settings");
+    bool found = false, ok = false;
+    if (Rc rc = s->store->findNode(nodeName, s->node, found)) return storeFailure(*s, rc, "log-on: find node");
+    if (found) {
+        if (Rc rc = checkNodePassword(s->node, password, ok)) return rc;
+    }
+    if (!ok) {
+        clientLog("log-on refused for node " + nodeName + ": unknown node or wrong password");
+        return RVK_RC_AUTH_FAILURE;
+    }
+    // A set time of 0 is a password the administrator expired.
+    s->passwordExpired = s->node.pwSetTime == 0 ||
+                         (s->settings.passExpDays > 0 &&
+                          static_cast<int64_t>(time(nullptr)) - s->node.pwSetTime >
+                              static_cast<int64_t>(s->settings.passExpDays) * 86400);
+    s->options = o;
+    s->options.nodeName = nodeName;
+    s->apiDir = env.apiDir;
+    s->owner = str(in.owner);
+    s->appType = str(in.appType);
+    uint32_t h = 0;
+    if (Rc rc = addSession(s, h)) return rc;
+    *handle = h;
+    if (out) {
+        out->userNameAuthorities = RVK_AUTH_NODE;
+        out->infoRC = 0;
+        copyTruncated(out->serverName, sizeof out->serverName, s->settings.serverName);
+        out->serverVer = static_cast<uint16_t>(s->settings.serverVer);
+        out->serverRel = static_cast<uint16_t>(s->settings.serverRel);
+        out->serverLev = static_cast<uint16_t>(s->settings.serverLev);
+        out->serverSubLev = static_cast<uint16_t>(s->settings.serverSubLev);
+    }
+    return s->passwordExpired ? RVK_RC_PASSWD_EXPIRED : RVK_RC_OK;
+}
+
+}  // namespace
+
+extern "C" int16_t rvkInitEx(uint32_t* handle, rvkInitExIn* in, rvkInitExOut* out) {
+    RVK_ENTRY(InitEx);
+    if (!handle || !in || !out) return RVK_RC_NULL_POINTER;
+    *handle = 0;
+    if (in->stVersion != RVK_INITEXIN_VERSION || out->stVersion != RVK_INITEXOUT_VERSION) return RVK_RC_BAD_STVERSION;
+    if (in->apiVersionEx && in->apiVersionEx->stVersion != RVK_APIVERSIONEX_VERSION) return RVK_RC_BAD_STVERSION;
+    LogOnInput li{in->nodeName, in->ownerName, in->password, in->userName,
+                  in->userPassword, in->appType, in->optFile, in->options};
+    return logOn(handle, li, out);
+}
+
+extern "C" int16_t rvkInit(uint32_t* handle, rvkApiVersion* clientVersion, char* nodeName, char* ownerName,
+                           char* password, char* appType, char* optFile, char* options) {
+    RVK_ENTRY(Init);
+    if (!handle) return RVK_RC_NULL_POINTER;
+    *handle = 0;
+    if (clientVersion && clientVersion->stVersion != RVK_APIVERSION_VERSION) return RVK_RC_BAD_STVERSION;
+    LogOnInput li{nodeName, ownerName, password, nullptr, nullptr, appType, optFile, options};
+    return logOn(handle, li, nullptr);
+}
+
+extern "C" int16_t rvkTerminate(uint32_t handle) {
+    RVK_ENTRY(Terminate);
+    auto s = removeSession(handle);
+    if (!s) return RVK_RC_INVALID_HANDLE;
+    std::lock_guard<std::mutex> lk(s->mu);
+    s->reset();
+    s->store.reset();
+    s->closed = true;
+    return RVK_RC_OK;
+}
+
+extern "C" int16_t rvkChangePW(uint32_t handle, char* oldPW, char* newPW) {
+    RVK_ENTRY(ChangePW);
+    SessionRef s(handle, true);
+    if (s.rc()) return s.rc();
+    if (!oldPW || !newPW) return RVK_RC_NULL_POINTER;
+    if (!fits(oldPW, RVK_PASSWORD_MAX) || !fits(newPW, RVK_PASSWORD_MAX)) return RVK_RC_STRING_TOO_LONG;
+    if (s->state != State::Idle) return RVK_RC_WRONG_STATE;
+    std::string oldPassword(oldPW), newPassword(newPW);
+    if (!validPassword(newPassword) || newPassword == oldPassword) return RVK_RC_PASSWORD_INVALID;
+    Store& store = *s->store;
+    if (Rc rc = store.begin(true)) return storeFailure(*s, rc, "change password: begin");
+    NodeRecord node;
+    bool found = false, ok = false;
+    Rc rc = store.findNode(s->node.name, node, found);
+    if (rc == RVK_RC_OK && found) rc = checkNodePassword(node, oldPassword, ok);
+    if (rc == RVK_RC_OK && !ok) rc = RVK_RC_AUTH_FAILURE;
+    if (rc == RVK_RC_OK) rc = setNodePassword(node, newPassword);
+    if (rc == RVK_RC_OK) rc = store.updateNode(node);
+    if (rc == RVK_RC_OK) {
+        ActLogRecord a;
+        a.date = nowDate();
+        a.node = node.name;
+        a.msgId = "SESSION";
+        a.text = "Password changed by the node";
+        rc = store.appendActLog(a);
+    }
+    // With GENERATE the kept password changes with it: the file first, so
+    // that a failure there leaves the repository unchanged; it is put back
+    // if the repository then fails.
+    bool fileWritten = false;
+    std::string err;
+    if (rc == RVK_RC_OK && s->options.passwordAccess == RVK_PASSWD_GENERATE) {
+        rc = writeStoredPassword(passwordDirectory(s->options), node.name, newPassword, err);
+        if (rc) clientLog("change password: " + err);
+        fileWritten = rc == RVK_RC_OK;
+    }
+    if (rc == RVK_RC_OK) {
+        rc = store.commit();
+        if (rc) storeFailure(*s, rc, "change password: commit");
+    }
+    if (rc) {
+        store.rollback();
+        if (fileWritten) writeStoredPassword(passwordDirectory(s->options), node.name, oldPassword, err);
+        return rc;
+    }
+    s->node = node;
+    s->passwordExpired = false;
+    return RVK_RC_OK;
+}
+
+extern "C" int16_t rvkQuerySessInfo(uint32_t handle, rvkSessInfo* info) {
+    RVK_ENTRY(QuerySessInfo);
+    SessionRef s(handle, true);
+    if (s.rc()) return s.rc();
+    if (!info) return RVK_RC_NULL_POINTER;
+    if (info->stVersion != RVK_SESSINFO_VERSION) return RVK_RC_BAD_STVERSION;
+    // Outside a transaction the settings are read afresh, so that a change
+    // by the administrator shows at once.
+    if (s->state == State::Idle) {
+        if (Rc rc = s->store->readSettings(s->settings)) return storeFailure(*s, rc, "session information");
+    }
+    const ServerSettings& st = s->settings;
+    rvkSessInfo r;
+    memset(&r, 0, sizeof r);
+    r.stVersion = RVK_SESSINFO_VERSION;
+    copyTruncated(r.serverHost, sizeof r.serverHost, st.serverHost);
+    r.serverPort = static_cast<uint16_t>(st.serverPort);
+    dateToRvk(nowDate(), &r.serverDate);
+    copyTruncated(r.serverType, sizeof r.serverType, st.serverType);
+    r.serverVer = static_cast<int16_t>(st.serverVer);
+    r.serverRel = static_cast<int16_t>(st.serverRel);
+    r.serverLev = static_cast<int16_t>(st.serverLev);
+    r.serverSubLev = static_cast<int16_t>(st.serverSubLev);
+    copyTruncated(r.nodeType, sizeof r.nodeType, s->appType);
+    r.fsDelim = '/';
+    r.hlDelim = '/';
+    r.compression = s->options.compression ? 1 : 0;
+    r.archDel = s->node.archDel ? 1 : 0;
+    r.backDel = s->node.backDel ? 1 : 0;
+    r.maxBytesPerTxn = st.maxBytesPerTxn;
+    r.maxObjPerTxn = st.maxObjPerTxn;
+    copyTruncated(r.id, sizeof r.id, s->node.name);
+    copyTruncated(r.owner, sizeof r.owner, s->owner);
+    copyTruncated(r.confFile, sizeof r.confFile, s->options.optFile);
+    r.opNoTrace = 1;
+    copyTruncated(r.domainName, sizeof r.domainName, st.domain);
+    copyTruncated(r.policySetName, sizeof r.policySetName, st.policySet);
+    dateToRvk(st.created, &r.polActDate);
+    copyTruncated(r.dfltMCName, sizeof r.dfltMCName, st.mgmtClass);
+    r.backRetention = static_cast<uint16_t>(st.backRetention);
+    r.archRetention = static_cast<uint16_t>(st.archRetention);
+    copyTruncated(r.serverName, sizeof r.serverName, st.serverName);
+    *info = r;
+    return RVK_RC_OK;
+}
+
+extern "C" int16_t rvkQuerySessOptions(uint32_t handle, rvkSessOptions* options) {
+    RVK_ENTRY(QuerySessOptions);
+    SessionRef s(handle, true);
+    if (s.rc()) return s.rc();
+    if (!options) return RVK_RC_NULL_POINTER;
+    if (options->stVersion != RVK_SESSOPTIONS_VERSION) return RVK_RC_BAD_STVERSION;
+    const Options& o = s->options;
+    rvkSessOptions r;
+    memset(&r, 0, sizeof r);
+    r.stVersion = RVK_SESSOPTIONS_VERSION;
+    copyTruncated(r.apiDir, sizeof r.apiDir, s->apiDir);
+    copyTruncated(r.optFile, sizeof r.optFile, o.optFile);
+    copyTruncated(r.serverName, sizeof r.serverName, o.serverName.empty() ? s->settings.serverName : o.serverName);
+    r.commMethod = 0;
+    copyTruncated(r.serverAddress, sizeof r.serverAddress, o.repository);
+    copyTruncated(r.nodeName, sizeof r.nodeName, s->node.name);
+    r.compression = o.compression ? 1 : 0;
+    r.compressAlways = 1;
+    r.passwordAccess = static_cast<uint8_t>(o.passwordAccess);
+    *options = r;
+    return RVK_RC_OK;
+}

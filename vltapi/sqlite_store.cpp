@@ -1,0 +1,753 @@
+// The repository in an embedded SQLite database.
+//
+// Several processes share one database file: it runs in WAL mode (readers
+// never wait for the writer), every connection waits up to its busy
+// time-out for the write lock, and a write transaction takes that lock at
+// its start (BEGIN IMMEDIATE) so that two writers never dead-lock half way.
+// Commits are synchronous (FULL): a committed change survives a crash.
+#include <errno.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <unordered_map>
+
+#include "rvkapi.h"
+#include "vltapi/store.h"
+#include "vltapi/util.h"
+
+namespace vlt {
+namespace {
+
+constexpr int kSchemaVersion = 1;
+constexpr const char* kFormat = "vlt-repository";
+
+const char* const kSchema = R"SQL(
+CREATE TABLE repo_meta(key TEXT PRIMARY KEY, value TEXT NOT NULL);
+CREATE TABLE settings(key TEXT PRIMARY KEY, value TEXT NOT NULL);
+CREATE TABLE nodes(
+    id INTEGER PRIMARY KEY,
+    name TEXT NOT NULL UNIQUE,
+    pw_salt BLOB NOT NULL,
+    pw_hash BLOB NOT NULL,
+    pw_iter INTEGER NOT NULL,
+    pw_set INTEGER NOT NULL,
+    back_del INTEGER NOT NULL,
+    arch_del INTEGER NOT NULL);
+CREATE TABLE filespaces(
+    id INTEGER PRIMARY KEY,
+    node_id INTEGER NOT NULL,
+    name TEXT NOT NULL,
+    type TEXT NOT NULL,
+    info BLOB NOT NULL,
+    capacity INTEGER NOT NULL,
+    occupancy INTEGER NOT NULL,
+    reg_date INTEGER NOT NULL,
+    back_start INTEGER NOT NULL,
+    back_complete INTEGER NOT NULL,
+    UNIQUE(node_id, name));
+CREATE TABLE objects(
+    id INTEGER PRIMARY KEY AUTOINCREMENT,
+    node_id INTEGER NOT NULL,
+    fs_id INTEGER NOT NULL,
+    hl TEXT NOT NULL,
+    ll TEXT NOT NULL,
+    type INTEGER NOT NULL,
+    owner TEXT NOT NULL,
+    mc TEXT NOT NULL,
+    ins_date INTEGER NOT NULL,
+    deact_date INTEGER NOT NULL,
+    size INTEGER NOT NULL,
+    state INTEGER NOT NULL,
+    has_data INTEGER NOT NULL,
+    info BLOB NOT NULL);
+CREATE INDEX objects_name ON objects(node_id, fs_id, hl, ll);
+CREATE TABLE object_data(
+    obj_id INTEGER NOT NULL,
+    seq INTEGER NOT NULL,
+    chunk BLOB NOT NULL,
+    PRIMARY KEY(obj_id, seq)) WITHOUT ROWID;
+CREATE TABLE actlog(
+    id INTEGER PRIMARY KEY,
+    date INTEGER NOT NULL,
+    node TEXT NOT NULL,
+    severity INTEGER NOT NULL,
+    msg_id TEXT NOT NULL,
+    text TEXT NOT NULL,
+    obj_id INTEGER NOT NULL);
+)SQL";
+
+constexpr const char* kObjectColumns =
+    "id, node_id, fs_id, hl, ll, type, owner, mc, ins_date, deact_date, size, state, has_data, info";
+
+Rc mapRc(int src) {
+    switch (src & 0xff) {
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+        return RVK_RC_SERVER_BUSY;
+    case SQLITE_NOTADB:
+        return RVK_RC_REPOSITORY_VERSION;
+    case SQLITE_NOMEM:
+        return RVK_RC_NO_MEMORY;
+    case SQLITE_CANTOPEN:
+        return RVK_RC_COMM_FAILURE;
+    default:
+        return RVK_RC_REPOSITORY_ERROR;
+    }
+}
+
+std::string colText(sqlite3_stmt* s, int i) {
+    const unsigned char* t = sqlite3_column_text(s, i);
+    return t ? std::string(reinterpret_cast<const char*>(t), static_cast<size_t>(sqlite3_column_bytes(s, i)))
+             : std::string();
+}
+
+std::string colBlob(sqlite3_stmt* s, int i) {
+    const void* b = sqlite3_column_blob(s, i);
+    return b ? std::string(static_cast<const char*>(b), static_cast<size_t>(sqlite3_column_bytes(s, i)))
+             : std::string();
+}
+
+void bindText(sqlite3_stmt* s, int i, const std::string& v) {
+    sqlite3_bind_text(s, i, v.data(), static_cast<int>(v.size()), SQLITE_TRANSIENT);
+}
+
+void bindBlob(sqlite3_stmt* s, int i, const std::string& v) {
+    sqlite3_bind_blob(s, i, v.data(), static_cast<int>(v.size()), SQLITE_TRANSIENT);
+}
+
+void readObject(sqlite3_stmt* s, ObjectRecord& o) {
+    o.id = static_cast<uint64_t>(sqlite3_column_int64(s, 0));
+    o.nodeId = sqlite3_column_int64(s, 1);
+    o.fsId = sqlite3_column_int64(s, 2);
+    o.hl = colText(s, 3);
+    o.ll = colText(s, 4);
+    o.type = sqlite3_column_int(s, 5);
+    o.owner = colText(s, 6);
+    o.mc = colText(s, 7);
+    o.insDate = sqlite3_column_int64(s, 8);
+    o.deactDate = sqlite3_column_int64(s, 9);
+    o.size = static_cast<uint64_t>(sqlite3_column_int64(s, 10));
+    o.state = sqlite3_column_int(s, 11);
+    o.hasData = sqlite3_column_int(s, 12) != 0;
+    o.info = colBlob(s, 13);
+}
+
+void readNode(sqlite3_stmt* s, NodeRecord& n) {
+    n.id = sqlite3_column_int64(s, 0);
+    n.name = colText(s, 1);
+    n.pwSalt = colBlob(s, 2);
+    n.pwHash = colBlob(s, 3);
+    n.pwIterations = sqlite3_column_int(s, 4);
+    n.pwSetTime = sqlite3_column_int64(s, 5);
+    n.backDel = sqlite3_column_int(s, 6) != 0;
+    n.archDel = sqlite3_column_int(s, 7) != 0;
+}
+
+void readFs(sqlite3_stmt* s, FsRecord& f) {
+    f.id = sqlite3_column_int64(s, 0);
+    f.nodeId = sqlite3_column_int64(s, 1);
+    f.name = colText(s, 2);
+    f.type = colText(s, 3);
+    f.info = colBlob(s, 4);
+    f.capacity = static_cast<uint64_t>(sqlite3_column_int64(s, 5));
+    f.occupancy = static_cast<uint64_t>(sqlite3_column_int64(s, 6));
+    f.regDate = sqlite3_column_int64(s, 7);
+    f.backStart = sqlite3_column_int64(s, 8);
+    f.backComplete = sqlite3_column_int64(s, 9);
+}
+
+constexpr const char* kNodeColumns = "id, name, pw_salt, pw_hash, pw_iter, pw_set, back_del, arch_del";
+constexpr const char* kFsColumns =
+    "id, node_id, name, type, info, capacity, occupancy, reg_date, back_start, back_complete";
+
+// Resets a cached statement when the scope that used it ends, so that no
+// statement keeps a read snapshot open between calls.
+class Used {
+public:
+    explicit Used(sqlite3_stmt* s) : s_(s) {}
+    ~Used() {
+        if (s_) {
+            sqlite3_reset(s_);
+            sqlite3_clear_bindings(s_);
+        }
+    }
+    Used(const Used&) = delete;
+    Used& operator=(const Used&) = delete;
+    sqlite3_stmt* get() const { return s_; }
+
+private:
+    sqlite3_stmt* s_;
+};
+
+class SqliteStore;
+
+class SqliteCursor : public ObjectCursor {
+public:
+    SqliteCursor(SqliteStore* store, sqlite3_stmt* st) : store_(store), st_(st) {}
+    ~SqliteCursor() override { sqlite3_finalize(st_); }
+    Rc next(ObjectRecord& o, bool& have) override;
+
+private:
+    SqliteStore* store_;
+    sqlite3_stmt* st_;
+};
+
+class SqliteStore : public Store {
+public:
+    explicit SqliteStore(sqlite3* db) : db_(db) {}
+    ~SqliteStore() override {
+        for (auto& kv : cache_) sqlite3_finalize(kv.second);
+        if (inTxn_) sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
+        sqlite3_close_v2(db_);
+    }
+
+    std::string lastError() const override { return lastError_; }
+
+    Rc fail(int src, const char* what) {
+        lastError_ = std::string(what) + ": " + sqlite3_errmsg(db_);
+        return mapRc(src);
+    }
+
+    // A cached prepared statement, keyed by the address of its text.
+    Rc prep(const char* sql, sqlite3_stmt*& out) {
+        auto it = cache_.find(sql);
+        if (it != cache_.end()) {
+            out = it->second;
+            return RVK_RC_OK;
+        }
+        int r = sqlite3_prepare_v3(db_, sql, -1, SQLITE_PREPARE_PERSISTENT, &out, nullptr);
+        if (r != SQLITE_OK) return fail(r, "prepare");
+        cache_[sql] = out;
+        return RVK_RC_OK;
+    }
+
+    // Runs a cached statement that returns no rows.
+    template <typename Bind>
+    Rc run(const char* sql, const char* what, Bind bind) {
+        sqlite3_stmt* s = nullptr;
+        if (Rc rc = prep(sql, s)) return rc;
+        Used u(s);
+        bind(s);
+        int r = sqlite3_step(s);
+        if (r != SQLITE_DONE && r != SQLITE_ROW) return fail(r, what);
+        return RVK_RC_OK;
+    }
+
+    Rc exec(const char* sql, const char* what) {
+        int r = sqlite3_exec(db_, sql, nullptr, nullptr, nullptr);
+        return r == SQLITE_OK ? RVK_RC_OK : fail(r, what);
+    }
+
+    Rc begin(bool write) override {
+        if (inTxn_) {
+            lastError_ = "transaction already open";
+            return RVK_RC_WRONG_STATE;
+        }
+        if (Rc rc = exec(write ? "BEGIN IMMEDIATE" : "BEGIN", "begin transaction")) return rc;
+        inTxn_ = true;
+        return RVK_RC_OK;
+    }
+
+    Rc commit() override {
+        if (!inTxn_) return RVK_RC_OK;
+        Rc rc = exec("COMMIT", "commit");
+        if (rc != RVK_RC_OK) sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
+        inTxn_ = false;
+        return rc;
+    }
+
+    void rollback() override {
+        if (!inTxn_) return;
+        sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
+        inTxn_ = false;
+    }
+
+    bool inTransaction() const override { return inTxn_; }
+
+    Rc readSettings(ServerSettings& s) override {
+        static const char* sql = "SELECT key, value FROM settings";
+        sqlite3_stmt* st = nullptr;
+        if (Rc rc = prep(sql, st)) return rc;
+        Used u(st);
+        ServerSettings out;
+        int r;
+        while ((r = sqlite3_step(st)) == SQLITE_ROW) applySetting(out, colText(st, 0), colText(st, 1));
+        if (r != SQLITE_DONE) return fail(r, "read settings");
+        s = out;
+        return RVK_RC_OK;
+    }
+
+    Rc writeSetting(const std::string& key, const std::string& value) override {
+        static const char* sql = "INSERT OR REPLACE INTO settings(key, value) VALUES(?1, ?2)";
+        return run(sql, "write setting", [&](sqlite3_stmt* s) {
+            bindText(s, 1, key);
+            bindText(s, 2, value);
+        });
+    }
+
+    Rc findNode(const std::string& name, NodeRecord& n, bool& found) override {
+        static const std::string sqlText = std::string("SELECT ") + kNodeColumns + " FROM nodes WHERE name = ?1";
+        sqlite3_stmt* st = nullptr;
+        if (Rc rc = prep(sqlText.c_str(), st)) return rc;
+        Used u(st);
+        bindText(st, 1, name);
+        int r = sqlite3_step(st);
+        found = r == SQLITE_ROW;
+        if (found) readNode(st, n);
+        else if (r != SQLITE_DONE) return fail(r, "find node");
+        return RVK_RC_OK;
+    }
+
+    Rc insertNode(NodeRecord& n) override {
+        static const char* sql =
+            "INSERT INTO nodes(name, pw_salt, pw_hash, pw_iter, pw_set, back_del, arch_del) "
+            "VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7)";
+        Rc rc = run(sql, "insert node", [&](sqlite3_stmt* s) { bindNode(s, n); });
+        if (rc == RVK_RC_OK) n.id = sqlite3_last_insert_rowid(db_);
+        return rc;
+    }
+
+    static void bindNode(sqlite3_stmt* s, const NodeRecord& n) {
+        bindText(s, 1, n.name);
+        bindBlob(s, 2, n.pwSalt);
+        bindBlob(s, 3, n.pwHash);
+        sqlite3_bind_int(s, 4, n.pwIterations);
+        sqlite3_bind_int64(s, 5, n.pwSetTime);
+        sqlite3_bind_int(s, 6, n.backDel ? 1 : 0);
+        sqlite3_bind_int(s, 7, n.archDel ? 1 : 0);
+    }
+
+    Rc updateNode(const NodeRecord& n) override {
+        static const char* sql =
+            "UPDATE nodes SET name = ?1, pw_salt = ?2, pw_hash = ?3, pw_iter = ?4, pw_set = ?5, back_del = ?6, "
+            "arch_del = ?7 WHERE id = ?8";
+        return run(sql, "update node", [&](sqlite3_stmt* s) {
+            bindNode(s, n);
+            sqlite3_bind_int64(s, 8, n.id);
+        });
+    }
+
+    Rc listNodes(std::vector<NodeRecord>& out) override {
+        static const std::string sqlText = std::string("SELECT ") + kNodeColumns + " FROM nodes ORDER BY name";
+        sqlite3_stmt* st = nullptr;
+        if (Rc rc = prep(sqlText.c_str(), st)) return rc;
+        Used u(st);
+        out.clear();
+        int r;
+        while ((r = sqlite3_step(st)) == SQLITE_ROW) {
+            NodeRecord n;
+            readNode(st, n);
+            out.push_back(n);
+        }
+        return r == SQLITE_DONE ? RVK_RC_OK : fail(r, "list nodes");
+    }
+
+    Rc listFileSpaces(int64_t nodeId, std::vector<FsRecord>& out) override {
+        static const std::string sqlText =
+            std::string("SELECT ") + kFsColumns + " FROM filespaces WHERE node_id = ?1 ORDER BY name";
+        sqlite3_stmt* st = nullptr;
+        if (Rc rc = prep(sqlText.c_str(), st)) return rc;
+        Used u(st);
+        sqlite3_bind_int64(st, 1, nodeId);
+        out.clear();
+        int r;
+        while ((r = sqlite3_step(st)) == SQLITE_ROW) {
+            FsRecord f;
+            readFs(st, f);
+            out.push_back(f);
+        }
+        return r == SQLITE_DONE ? RVK_RC_OK : fail(r, "list file spaces");
+    }
+
+    Rc findFileSpace(int64_t nodeId, const std::string& name, FsRecord& fs, bool& found) override {
+        static const std::string sqlText =
+            std::string("SELECT ") + kFsColumns + " FROM filespaces WHERE node_id = ?1 AND name = ?2";
+        sqlite3_stmt* st = nullptr;
+        if (Rc rc = prep(sqlText.c_str(), st)) return rc;
+        Used u(st);
+        sqlite3_bind_int64(st, 1, nodeId);
+        bindText(st, 2, name);
+        int r = sqlite3_step(st);
+        found = r == SQLITE_ROW;
+        if (found) readFs(st, fs);
+        else if (r != SQLITE_DONE) return fail(r, "find file space");
+        return RVK_RC_OK;
+    }
+
+    static void bindFs(sqlite3_stmt* s, const FsRecord& f) {
+        sqlite3_bind_int64(s, 1, f.nodeId);
+        bindText(s, 2, f.name);
+        bindText(s, 3, f.type);
+        bindBlob(s, 4, f.info);
+        sqlite3_bind_int64(s, 5, static_cast<int64_t>(f.capacity));
+        sqlite3_bind_int64(s, 6, static_cast<int64_t>(f.occupancy));
+        sqlite3_bind_int64(s, 7, f.regDate);
+        sqlite3_bind_int64(s, 8, f.backStart);
+        sqlite3_bind_int64(s, 9, f.backComplete);
+    }
+
+    Rc insertFileSpace(FsRecord& fs) override {
+        static const char* sql =
+            "INSERT INTO filespaces(node_id, name, type, info, capacity, occupancy, reg_date, back_start, "
+            "back_complete) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9)";
+        Rc rc = run(sql, "insert file space", [&](sqlite3_stmt* s) { bindFs(s, fs); });
+        if (rc == RVK_RC_OK) fs.id = sqlite3_last_insert_rowid(db_);
+        return rc;
+    }
+
+    Rc updateFileSpace(const FsRecord& fs) override {
+        static const char* sql =
+            "UPDATE filespaces SET node_id = ?1, name = ?2, type = ?3, info = ?4, capacity = ?5, occupancy = ?6, "
+            "reg_date = ?7, back_start = ?8, back_complete = ?9 WHERE id = ?10";
+        return run(sql, "update file space", [&](sqlite3_stmt* s) {
+            bindFs(s, fs);
+            sqlite3_bind_int64(s, 10, fs.id);
+        });
+    }
+
+    Rc deleteFileSpace(int64_t fsId, uint64_t& objectsDeleted) override {
+        static const char* sqlData =
+            "DELETE FROM object_data WHERE obj_id IN (SELECT o.id FROM objects o JOIN filespaces f "
+            "ON o.node_id = f.node_id AND o.fs_id = f.id WHERE f.id = ?1)";
+        static const char* sqlObjects =
+            "DELETE FROM objects WHERE node_id = (SELECT node_id FROM filespaces WHERE id = ?1) AND fs_id = ?1";
+        static const char* sqlFs = "DELETE FROM filespaces WHERE id = ?1";
+        auto bindId = [&](sqlite3_stmt* s) { sqlite3_bind_int64(s, 1, fsId); };
+        if (Rc rc = run(sqlData, "delete file space data", bindId)) return rc;
+        if (Rc rc = run(sqlObjects, "delete file space objects", bindId)) return rc;
+        objectsDeleted = static_cast<uint64_t>(sqlite3_changes(db_));
+        return run(sqlFs, "delete file space", bindId);
+    }
+
+    Rc openObjects(const ObjectQuery& q, std::unique_ptr<ObjectCursor>& out) override {
+        std::string sql = std::string("SELECT ") + kObjectColumns + " FROM objects WHERE node_id = ?1";
+        if (q.fsId) sql += " AND fs_id = ?2";
+        if (q.hlExact) sql += " AND hl = ?3";
+        if (q.llExact) sql += " AND ll = ?4";
+        if (q.pit == 0) {
+            if (q.state != 0xFF) sql += " AND state = ?5";
+        } else {
+            sql += " AND ins_date <= ?6";
+            if (q.state == RVK_STATE_ACTIVE) sql += " AND (deact_date = 0 OR deact_date > ?6)";
+            else if (q.state == RVK_STATE_INACTIVE) sql += " AND deact_date <> 0 AND deact_date <= ?6";
+        }
+        if (q.objType != 0xFF) sql += " AND type = ?7";
+        sql += q.fsId ? " ORDER BY hl, ll, id" : " ORDER BY id";
+        sqlite3_stmt* st = nullptr;
+        int r = sqlite3_prepare_v2(db_, sql.c_str(), -1, &st, nullptr);
+        if (r != SQLITE_OK) return fail(r, "prepare object query");
+        sqlite3_bind_int64(st, 1, q.nodeId);
+        sqlite3_bind_int64(st, 2, q.fsId);
+        bindText(st, 3, q.hl);
+        bindText(st, 4, q.ll);
+        sqlite3_bind_int(st, 5, q.state);
+        sqlite3_bind_int64(st, 6, q.pit);
+        sqlite3_bind_int(st, 7, q.objType);
+        out.reset(new SqliteCursor(this, st));
+        return RVK_RC_OK;
+    }
+
+    Rc findObject(uint64_t id, ObjectRecord& o, bool& found) override {
+        static const std::string sqlText = std::string("SELECT ") + kObjectColumns + " FROM objects WHERE id = ?1";
+        sqlite3_stmt* st = nullptr;
+        if (Rc rc = prep(sqlText.c_str(), st)) return rc;
+        Used u(st);
+        sqlite3_bind_int64(st, 1, static_cast<int64_t>(id));
+        int r = sqlite3_step(st);
+        found = r == SQLITE_ROW;
+        if (found) readObject(st, o);
+        else if (r != SQLITE_DONE) return fail(r, "find object");
+        return RVK_RC_OK;
+    }
+
+    Rc findActiveObject(int64_t nodeId, int64_t fsId, const std::string& hl, const std::string& ll, ObjectRecord& o,
+                        bool& found) override {
+        static const std::string sqlText = std::string("SELECT ") + kObjectColumns +
+                                           " FROM objects WHERE node_id = ?1 AND fs_id = ?2 AND hl = ?3 AND "
+                                           "ll = ?4 AND state = 1 ORDER BY id DESC LIMIT 1";
+        sqlite3_stmt* st = nullptr;
+        if (Rc rc = prep(sqlText.c_str(), st)) return rc;
+        Used u(st);
+        sqlite3_bind_int64(st, 1, nodeId);
+        sqlite3_bind_int64(st, 2, fsId);
+        bindText(st, 3, hl);
+        bindText(st, 4, ll);
+        int r = sqlite3_step(st);
+        found = r == SQLITE_ROW;
+        if (found) readObject(st, o);
+        else if (r != SQLITE_DONE) return fail(r, "find active object");
+        return RVK_RC_OK;
+    }
+
+    static void bindObject(sqlite3_stmt* s, const ObjectRecord& o) {
+        sqlite3_bind_int64(s, 1, o.nodeId);
+        sqlite3_bind_int64(s, 2, o.fsId);
+        bindText(s, 3, o.hl);
+        bindText(s, 4, o.ll);
+        sqlite3_bind_int(s, 5, o.type);
+        bindText(s, 6, o.owner);
+        bindText(s, 7, o.mc);
+        sqlite3_bind_int64(s, 8, o.insDate);
+        sqlite3_bind_int64(s, 9, o.deactDate);
+        sqlite3_bind_int64(s, 10, static_cast<int64_t>(o.size));
+        sqlite3_bind_int(s, 11, o.state);
+        sqlite3_bind_int(s, 12, o.hasData ? 1 : 0);
+        bindBlob(s, 13, o.info);
+    }
+
+    Rc insertObject(ObjectRecord& o) override {
+        static const char* sqlDeactivate =
+            "UPDATE objects SET state = 2, deact_date = max(ins_date, ?5) "
+            "WHERE node_id = ?1 AND fs_id = ?2 AND hl = ?3 AND ll = ?4 AND state = 1";
+        static const char* sqlInsert =
+            "INSERT INTO objects(node_id, fs_id, hl, ll, type, owner, mc, ins_date, deact_date, size, state, "
+            "has_data, info) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11, ?12, ?13)";
+        Rc rc = run(sqlDeactivate, "deactivate object", [&](sqlite3_stmt* s) {
+            sqlite3_bind_int64(s, 1, o.nodeId);
+            sqlite3_bind_int64(s, 2, o.fsId);
+            bindText(s, 3, o.hl);
+            bindText(s, 4, o.ll);
+            sqlite3_bind_int64(s, 5, o.insDate);
+        });
+        if (rc) return rc;
+        o.state = RVK_STATE_ACTIVE;
+        o.deactDate = 0;
+        rc = run(sqlInsert, "insert object", [&](sqlite3_stmt* s) { bindObject(s, o); });
+        if (rc == RVK_RC_OK) o.id = static_cast<uint64_t>(sqlite3_last_insert_rowid(db_));
+        return rc;
+    }
+
+    Rc updateObject(const ObjectRecord& o) override {
+        static const char* sql =
+            "UPDATE objects SET node_id = ?1, fs_id = ?2, hl = ?3, ll = ?4, type = ?5, owner = ?6, mc = ?7, "
+            "ins_date = ?8, deact_date = ?9, size = ?10, state = ?11, has_data = ?12, info = ?13 WHERE id = ?14";
+        return run(sql, "update object", [&](sqlite3_stmt* s) {
+            bindObject(s, o);
+            sqlite3_bind_int64(s, 14, static_cast<int64_t>(o.id));
+        });
+    }
+
+    Rc deleteObject(uint64_t id, bool& changed) override {
+        static const char* sqlObject = "DELETE FROM objects WHERE id = ?1";
+        static const char* sqlData = "DELETE FROM object_data WHERE obj_id = ?1";
+        auto bindId = [&](sqlite3_stmt* s) { sqlite3_bind_int64(s, 1, static_cast<int64_t>(id)); };
+        if (Rc rc = run(sqlObject, "delete object", bindId)) return rc;
+        changed = sqlite3_changes(db_) > 0;
+        return run(sqlData, "delete object data", bindId);
+    }
+
+    Rc countObjects(int64_t nodeId, uint64_t& n) override {
+        static const char* sql = "SELECT count(*) FROM objects WHERE node_id = ?1";
+        sqlite3_stmt* st = nullptr;
+        if (Rc rc = prep(sql, st)) return rc;
+        Used u(st);
+        sqlite3_bind_int64(st, 1, nodeId);
+        int r = sqlite3_step(st);
+        if (r != SQLITE_ROW) return fail(r, "count objects");
+        n = static_cast<uint64_t>(sqlite3_column_int64(st, 0));
+        return RVK_RC_OK;
+    }
+
+    Rc appendData(uint64_t objId, uint32_t seq, const void* data, size_t len) override {
+        static const char* sql = "INSERT INTO object_data(obj_id, seq, chunk) VALUES(?1, ?2, ?3)";
+        return run(sql, "store object data", [&](sqlite3_stmt* s) {
+            sqlite3_bind_int64(s, 1, static_cast<int64_t>(objId));
+            sqlite3_bind_int64(s, 2, seq);
+            sqlite3_bind_blob(s, 3, data, static_cast<int>(len), SQLITE_STATIC);
+        });
+    }
+
+    Rc readData(uint64_t objId, uint32_t seq, std::string& chunk, bool& found) override {
+        static const char* sql = "SELECT chunk FROM object_data WHERE obj_id = ?1 AND seq = ?2";
+        sqlite3_stmt* st = nullptr;
+        if (Rc rc = prep(sql, st)) return rc;
+        Used u(st);
+        sqlite3_bind_int64(st, 1, static_cast<int64_t>(objId));
+        sqlite3_bind_int64(st, 2, seq);
+        int r = sqlite3_step(st);
+        found = r == SQLITE_ROW;
+        if (found) chunk = colBlob(st, 0);
+        else if (r != SQLITE_DONE) return fail(r, "read object data");
+        return RVK_RC_OK;
+    }
+
+    Rc appendActLog(const ActLogRecord& a) override {
+        static const char* sql =
+            "INSERT INTO actlog(date, node, severity, msg_id, text, obj_id) VALUES(?1, ?2, ?3, ?4, ?5, ?6)";
+        return run(sql, "write activity log", [&](sqlite3_stmt* s) {
+            sqlite3_bind_int64(s, 1, a.date);
+            bindText(s, 2, a.node);
+            sqlite3_bind_int(s, 3, a.severity);
+            bindText(s, 4, a.msgId);
+            bindText(s, 5, a.text);
+            sqlite3_bind_int64(s, 6, static_cast<int64_t>(a.objId));
+        });
+    }
+
+    Rc listActLog(const std::function<void(const ActLogRecord&)>& fn) override {
+        static const char* sql = "SELECT date, node, severity, msg_id, text, obj_id FROM actlog ORDER BY id";
+        sqlite3_stmt* st = nullptr;
+        if (Rc rc = prep(sql, st)) return rc;
+        Used u(st);
+        int r;
+        while ((r = sqlite3_step(st)) == SQLITE_ROW) {
+            ActLogRecord a;
+            a.date = sqlite3_column_int64(st, 0);
+            a.node = colText(st, 1);
+            a.severity = sqlite3_column_int(st, 2);
+            a.msgId = colText(st, 3);
+            a.text = colText(st, 4);
+            a.objId = static_cast<uint64_t>(sqlite3_column_int64(st, 5));
+            fn(a);
+        }
+        return r == SQLITE_DONE ? RVK_RC_OK : fail(r, "read activity log");
+    }
+
+    // A cache big enough that the pages of a million-object load are written
+    // once at commit instead of being spilled again and again.
+    void prepareBulkLoad() override { sqlite3_exec(db_, "PRAGMA cache_size = -262144", nullptr, nullptr, nullptr); }
+
+    // Checks that the file is a repository of this version.
+    Rc checkFormat(std::string& err) {
+        sqlite3_stmt* st = nullptr;
+        int r = sqlite3_prepare_v2(db_, "SELECT value FROM repo_meta WHERE key = 'format'", -1, &st, nullptr);
+        std::string format;
+        if (r == SQLITE_OK) {
+            r = sqlite3_step(st);
+            if (r == SQLITE_ROW) format = colText(st, 0);
+        }
+        sqlite3_finalize(st);
+        if ((r & 0xff) == SQLITE_BUSY) {
+            err = "repository is busy";
+            return RVK_RC_SERVER_BUSY;
+        }
+        if (format != kFormat) {
+            err = "not a VLT repository";
+            return RVK_RC_REPOSITORY_VERSION;
+        }
+        int version = -1;
+        r = sqlite3_prepare_v2(db_, "PRAGMA user_version", -1, &st, nullptr);
+        if (r == SQLITE_OK && sqlite3_step(st) == SQLITE_ROW) version = sqlite3_column_int(st, 0);
+        sqlite3_finalize(st);
+        if (version != kSchemaVersion) {
+            err = "repository version " + std::to_string(version) + ", this library reads version " +
+                  std::to_string(kSchemaVersion);
+            return RVK_RC_REPOSITORY_VERSION;
+        }
+        return RVK_RC_OK;
+    }
+
+    sqlite3* db() const { return db_; }
+
+private:
+    sqlite3* db_;
+    std::unordered_map<const void*, sqlite3_stmt*> cache_;
+    std::string lastError_;
+    bool inTxn_ = false;
+};
+
+Rc SqliteCursor::next(ObjectRecord& o, bool& have) {
+    int r = sqlite3_step(st_);
+    if (r == SQLITE_ROW) {
+        readObject(st_, o);
+        have = true;
+        return RVK_RC_OK;
+    }
+    have = false;
+    if (r == SQLITE_DONE) return RVK_RC_OK;
+    return store_->fail(r, "read objects");
+}
+
+}  // namespace
+
+Rc openSqliteStore(const std::string& path, int busyTimeoutMs, std::unique_ptr<Store>& out, std::string& err) {
+    struct stat st;
+    if (stat(path.c_str(), &st) != 0) {
+        err = "repository " + path + " cannot be opened: " + strerror(errno);
+        return RVK_RC_COMM_FAILURE;
+    }
+    if (!S_ISREG(st.st_mode)) {
+        err = "repository " + path + " is not a file";
+        return RVK_RC_COMM_FAILURE;
+    }
+    sqlite3* db = nullptr;
+    int r = sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
+    if (r != SQLITE_OK) {
+        err = "repository " + path + " cannot be opened: " + (db ? sqlite3_errmsg(db) : sqlite3_errstr(r));
+        sqlite3_close_v2(db);
+        return RVK_RC_COMM_FAILURE;
+    }
+    sqlite3_busy_timeout(db, busyTimeoutMs);
+    sqlite3_extended_result_codes(db, 1);
+    std::unique_ptr<SqliteStore> s(new SqliteStore(db));
+    std::string why;
+    if (Rc rc = s->checkFormat(why)) {
+        err = "repository " + path + ": " + why;
+        return rc;
+    }
+    if (Rc rc = s->exec("PRAGMA synchronous = FULL", "set synchronous")) {
+        err = s->lastError();
+        return rc;
+    }
+    out = std::move(s);
+    return RVK_RC_OK;
+}
+
+Rc createSqliteStore(const std::string& path, const ServerSettings& initial, std::string& err) {
+    struct stat st;
+    if (stat(path.c_str(), &st) == 0) {
+        err = "repository " + path + " already exists";
+        return RVK_RC_INVALID_ARGUMENT;
+    }
+    // Build the repository under a temporary name and link it into place
+    // only when it is complete: no half-made repository is ever visible, and
+    // link() never replaces a repository made meanwhile by someone else.
+    std::string tmp = path + ".new." + std::to_string(getpid());
+    unlink(tmp.c_str());
+    sqlite3* db = nullptr;
+    int r = sqlite3_open_v2(tmp.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+    if (r != SQLITE_OK) {
+        err = "cannot create " + path + ": " + (db ? sqlite3_errmsg(db) : sqlite3_errstr(r));
+        sqlite3_close_v2(db);
+        unlink(tmp.c_str());
+        return RVK_RC_REPOSITORY_ERROR;
+    }
+    std::unique_ptr<SqliteStore> sp(new SqliteStore(db));
+    SqliteStore& s = *sp;
+    Rc rc = s.exec("PRAGMA journal_mode = WAL", "set WAL mode");
+    if (!rc) rc = s.begin(true);
+    if (!rc) rc = s.exec(kSchema, "create tables");
+    if (!rc) {
+        std::string seq = "INSERT INTO sqlite_sequence(name, seq) VALUES('objects', " +
+                          std::to_string(kFirstObjectId - 1) + ")";
+        rc = s.exec(seq.c_str(), "set first object id");
+    }
+    if (!rc) rc = s.exec(("INSERT INTO repo_meta(key, value) VALUES('format', '" + std::string(kFormat) + "')").c_str(),
+                         "write format");
+    if (!rc) rc = s.exec(("PRAGMA user_version = " + std::to_string(kSchemaVersion)).c_str(), "write version");
+    ServerSettings settings = initial;
+    if (settings.created == 0) settings.created = nowDate();
+    for (auto& kv : settingsList(settings)) {
+        if (rc) break;
+        rc = s.writeSetting(kv.first, kv.second);
+    }
+    if (!rc) rc = s.commit();
+    if (rc) {
+        err = "cannot create " + path + ": " + s.lastError();
+        s.rollback();
+    }
+    // Closing the last connection folds the write-ahead log into the file.
+    sp.reset();
+    if (!rc && link(tmp.c_str(), path.c_str()) != 0) {
+        err = "cannot create " + path + ": " + strerror(errno);
+        rc = errno == EEXIST ? RVK_RC_INVALID_ARGUMENT : RVK_RC_REPOSITORY_ERROR;
+    }
+    unlink(tmp.c_str());
+    unlink((tmp + "-wal").c_str());
+    unlink((tmp + "-shm").c_str());
+    return rc;
+}
+
+}  // namespace vlt

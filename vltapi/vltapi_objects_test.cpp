@@ -1,0 +1,219 @@
+// File spaces, storing an object with its data and reading it back,
+// renaming and updating, and the functions this server does not offer.
+#include <gtest/gtest.h>
+#include <string.h>
+
+#include "rvkapi.h"
+#include "vltapi/vltapi_testenv.h"
+
+using namespace vltest;
+
+namespace {
+
+class Objects : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_EQ(setUp(repo.optFile()), RVK_RC_OK);
+        ASSERT_EQ(logOn(&h, "node1", "pw-one", "oracle"), RVK_RC_OK);
+    }
+    void TearDown() override { rvkCleanUp(RVK_MULTITHREAD); }
+
+    int16_t registerFs(const char* name) {
+        rvkRegFSData fs;
+        memset(&fs, 0, sizeof fs);
+        fs.stVersion = RVK_REGFSDATA_VERSION;
+        fs.fsName = const_cast<char*>(name);
+        fs.fsType = const_cast<char*>("ZEBO");
+        return rvkRegisterFS(h, &fs);
+    }
+
+    static rvkObjName name(const char* fs, const char* hl, const char* ll) {
+        rvkObjName n;
+        memset(&n, 0, sizeof n);
+        strcpy(n.fs, fs);
+        strcpy(n.hl, hl);
+        strcpy(n.ll, ll);
+        n.objType = RVK_OBJ_FILE;
+        return n;
+    }
+
+    // Sends one object with `data` in blocks of `block` bytes.
+    int16_t send(const char* ll, const std::string& data, size_t block, uint8_t vote) {
+        rvkObjName n = name("/fs", "/h", ll);
+        rvkObjAttr attr;
+        memset(&attr, 0, sizeof attr);
+        attr.stVersion = RVK_OBJATTR_VERSION;
+        attr.sizeEstimate.lo = static_cast<uint32_t>(data.size());
+        EXPECT_EQ(rvkBeginTxn(h), RVK_RC_OK);
+        EXPECT_EQ(rvkSendObj(h, RVK_SEND_BACKUP, nullptr, &n, &attr, nullptr), RVK_RC_OK);
+        for (size_t off = 0; off < data.size(); off += block) {
+            std::string part = data.substr(off, block);
+            rvkDataBlk b;
+            memset(&b, 0, sizeof b);
+            b.stVersion = RVK_DATABLK_VERSION;
+            b.bufferPtr = &part[0];
+            b.bufferLen = b.numBytes = static_cast<uint32_t>(part.size());
+            EXPECT_EQ(rvkSendData(h, &b), RVK_RC_OK);
+        }
+        rvkEndSendObjExIn in;
+        memset(&in, 0, sizeof in);
+        in.stVersion = RVK_ENDSENDOBJEXIN_VERSION;
+        in.handle = h;
+        rvkEndSendObjExOut out;
+        memset(&out, 0, sizeof out);
+        out.stVersion = RVK_ENDSENDOBJEXOUT_VERSION;
+        EXPECT_EQ(rvkEndSendObjEx(&in, &out), RVK_RC_OK);
+        EXPECT_EQ(out.totalBytesSent, data.size());
+        uint16_t reason = 0;
+        return rvkEndTxn(h, vote, &reason);
+    }
+
+    // Reads an object's data back through a buffer of `bufSize` bytes.
+    std::string read(uint64_t id, size_t bufSize) {
+        rvkU64 oid;
+        oid.hi = static_cast<uint32_t>(id >> 32);
+        oid.lo = static_cast<uint32_t>(id);
+        rvkGetList list;
+        memset(&list, 0, sizeof list);
+        list.stVersion = RVK_GETLIST_VERSION;
+        list.numObjId = 1;
+        list.objId = &oid;
+        EXPECT_EQ(rvkBeginGetData(h, RVK_FALSE, RVK_GET_BACKUP, &list), RVK_RC_OK);
+        std::string buf(bufSize, '\0'), result;
+        rvkDataBlk b;
+        memset(&b, 0, sizeof b);
+        b.stVersion = RVK_DATABLK_VERSION;
+        b.bufferPtr = &buf[0];
+        b.bufferLen = static_cast<uint32_t>(bufSize);
+        int16_t rc = rvkGetObj(h, &oid, &b);
+        for (;;) {
+            result.append(buf.data(), b.numBytes);
+            if (rc != RVK_RC_MORE_DATA) break;
+            rc = rvkGetData(h, &b);
+        }
+        EXPECT_EQ(rc, RVK_RC_FINISHED);
+        EXPECT_EQ(rvkEndGetObj(h), RVK_RC_OK);
+        EXPECT_EQ(rvkEndGetData(h), RVK_RC_OK);
+        return result;
+    }
+
+    Repo repo;
+    uint32_t h = 0;
+};
+
+TEST_F(Objects, RegisterFileSpaceOnce) {
+    EXPECT_EQ(registerFs("/fs"), RVK_RC_OK);
+    EXPECT_EQ(registerFs("/fs"), RVK_RC_FS_ALREADY_REGISTERED);
+    EXPECT_EQ(registerFs("/f*"), RVK_RC_WILDCARD_NOT_ALLOWED);
+    rvkFSUpd upd;
+    memset(&upd, 0, sizeof upd);
+    upd.stVersion = RVK_FSUPD_VERSION;
+    upd.capacity.lo = 1000;
+    EXPECT_EQ(rvkUpdateFS(h, const_cast<char*>("/fs"), &upd, RVK_FSUPD_CAPACITY), RVK_RC_OK);
+    EXPECT_EQ(rvkUpdateFS(h, const_cast<char*>("/nofs"), &upd, RVK_FSUPD_CAPACITY), RVK_RC_FS_NOT_REGISTERED);
+}
+
+TEST_F(Objects, SendAndReadBack) {
+    ASSERT_EQ(registerFs("/fs"), RVK_RC_OK);
+    std::string data;
+    for (int i = 0; i < 10000; ++i) data += static_cast<char>(i * 7 % 251);
+    ASSERT_EQ(send("/obj", data, 3000, RVK_VOTE_COMMIT), RVK_RC_OK);
+    auto r = query(h, "/fs", "/h", "/obj");
+    ASSERT_EQ(r.objects.size(), 1u);
+    EXPECT_EQ(r.objects[0].size, data.size());
+    EXPECT_EQ(r.objects[0].owner, "oracle");
+    EXPECT_EQ(read(r.objects[0].id, 1024), data);
+    EXPECT_EQ(read(r.objects[0].id, 3000), data);  // a block boundary at the buffer's end
+    EXPECT_EQ(read(r.objects[0].id, 100000), data);
+
+    // A second version replaces it as the active one.
+    ASSERT_EQ(send("/obj", "new", 10, RVK_VOTE_COMMIT), RVK_RC_OK);
+    EXPECT_EQ(query(h, "/fs", "/h", "/obj", RVK_STATE_ACTIVE).objects.at(0).size, 3u);
+    EXPECT_EQ(query(h, "/fs", "/h", "/obj", RVK_STATE_INACTIVE).objects.at(0).size, data.size());
+}
+
+TEST_F(Objects, AbortedSendLeavesNothing) {
+    ASSERT_EQ(registerFs("/fs"), RVK_RC_OK);
+    ASSERT_EQ(send("/gone", "some data", 4, RVK_VOTE_ABORT), RVK_RC_OK);
+    EXPECT_EQ(query(h, "/fs", "*", "*", RVK_STATE_ANY).lastRc, RVK_RC_NO_MATCH);
+    rvkObjName n = name("/unregistered", "/h", "/x");
+    rvkObjAttr attr;
+    memset(&attr, 0, sizeof attr);
+    attr.stVersion = RVK_OBJATTR_VERSION;
+    ASSERT_EQ(rvkBeginTxn(h), RVK_RC_OK);
+    EXPECT_EQ(rvkSendObj(h, RVK_SEND_BACKUP, nullptr, &n, &attr, nullptr), RVK_RC_FS_NOT_REGISTERED);
+    EXPECT_EQ(rvkSendObj(h, RVK_SEND_ARCHIVE, nullptr, &n, &attr, nullptr), RVK_RC_NOT_SUPPORTED);
+    uint16_t reason = 0;
+    EXPECT_EQ(rvkEndTxn(h, RVK_VOTE_COMMIT, &reason), RVK_RC_CHECK_REASON_CODE);
+    EXPECT_EQ(reason, RVK_RC_FS_NOT_REGISTERED);
+}
+
+TEST_F(Objects, RenameUpdateAndDeleteFileSpace) {
+    ASSERT_EQ(registerFs("/fs"), RVK_RC_OK);
+    ASSERT_EQ(send("/a", "aaa", 10, RVK_VOTE_COMMIT), RVK_RC_OK);
+    ASSERT_EQ(send("/b", "bbb", 10, RVK_VOTE_COMMIT), RVK_RC_OK);
+    uint64_t a = query(h, "/fs", "/h", "/a").objects.at(0).id;
+
+    rvkObjName old = name("/fs", "/h", "/a");
+    rvkRenameIn ren;
+    memset(&ren, 0, sizeof ren);
+    ren.stVersion = RVK_RENAMEIN_VERSION;
+    ren.repository = RVK_REPOS_BACKUP;
+    ren.objName = &old;
+    strcpy(ren.newHl, "/h");
+    strcpy(ren.newLl, "/b");
+    ren.objId.hi = static_cast<uint32_t>(a >> 32);
+    ren.objId.lo = static_cast<uint32_t>(a);
+    uint16_t reason = 0;
+    ASSERT_EQ(rvkBeginTxn(h), RVK_RC_OK);
+    EXPECT_EQ(rvkRenameObj(h, &ren), RVK_RC_NAME_EXISTS);
+    EXPECT_EQ(rvkEndTxn(h, RVK_VOTE_ABORT, &reason), RVK_RC_OK);
+    strcpy(ren.newLl, "/c");
+    ASSERT_EQ(rvkBeginTxn(h), RVK_RC_OK);
+    EXPECT_EQ(rvkRenameObj(h, &ren), RVK_RC_OK);
+    EXPECT_EQ(rvkEndTxn(h, RVK_VOTE_COMMIT, &reason), RVK_RC_OK);
+    EXPECT_EQ(query(h, "/fs", "/h", "/c").objects.at(0).id, a);
+
+    rvkObjName bName = name("/fs", "/h", "/b");
+    rvkObjAttr attr;
+    memset(&attr, 0, sizeof attr);
+    attr.stVersion = RVK_OBJATTR_VERSION;
+    strcpy(attr.owner, "grid");
+    ASSERT_EQ(rvkBeginTxn(h), RVK_RC_OK);
+    EXPECT_EQ(rvkUpdateObj(h, RVK_SEND_BACKUP, nullptr, &bName, &attr, RVK_UPDOBJ_OWNER), RVK_RC_OK);
+    EXPECT_EQ(rvkEndTxn(h, RVK_VOTE_COMMIT, &reason), RVK_RC_OK);
+    EXPECT_EQ(query(h, "/fs", "/h", "/b").objects.at(0).owner, "grid");
+
+    EXPECT_EQ(rvkDeleteFS(h, const_cast<char*>("/fs"), RVK_REPOS_ARCHIVE), RVK_RC_NOT_SUPPORTED);
+    EXPECT_EQ(rvkDeleteFS(h, const_cast<char*>("/fs"), RVK_REPOS_ALL), RVK_RC_OK);
+    EXPECT_EQ(query(h, "*", "*", "*", RVK_STATE_ANY).lastRc, RVK_RC_NO_MATCH);
+    EXPECT_EQ(rvkDeleteFS(h, const_cast<char*>("/fs"), RVK_REPOS_ALL), RVK_RC_FS_NOT_REGISTERED);
+}
+
+TEST_F(Objects, ManagementClassAndUnsupportedFunctions) {
+    rvkObjName n = name("/fs", "/h", "/x");
+    rvkMcBindKey key;
+    memset(&key, 0, sizeof key);
+    key.stVersion = RVK_MCBINDKEY_VERSION;
+    EXPECT_EQ(rvkBindMC(h, &n, RVK_SEND_BACKUP, &key), RVK_RC_OK);
+    EXPECT_STREQ(key.mcName, "STANDARD");
+    EXPECT_EQ(rvkBindMC(h, &n, RVK_SEND_ARCHIVE, &key), RVK_RC_NOT_SUPPORTED);
+
+    EXPECT_EQ(rvkSetAccess(h, RVK_ACCESS_BACKUP, &n, const_cast<char*>("node2"), nullptr), RVK_RC_NOT_SUPPORTED);
+    rvkAccessRule* rules = nullptr;
+    uint16_t count = 9;
+    EXPECT_EQ(rvkQueryAccess(h, &rules, &count), RVK_RC_NOT_SUPPORTED);
+    EXPECT_EQ(count, 0);
+    EXPECT_EQ(rvkDeleteAccess(h, 1), RVK_RC_NOT_SUPPORTED);
+    rvkGroupHandlerIn gin;
+    memset(&gin, 0, sizeof gin);
+    gin.stVersion = RVK_GROUPIN_VERSION;
+    gin.handle = h;
+    gin.actionType = RVK_GROUP_OPEN;
+    rvkGroupHandlerOut gout;
+    gout.stVersion = RVK_GROUPOUT_VERSION;
+    EXPECT_EQ(rvkGroupHandler(&gin, &gout), RVK_RC_NOT_SUPPORTED);
+    EXPECT_NE(rcText(RVK_RC_NOT_SUPPORTED).find("not supported by this server"), std::string::npos);
+}
+
+}  // namespace

@@ -1,0 +1,184 @@
+#include "vltapi/vltapi_testenv.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <string.h>
+
+namespace vltest {
+
+std::string vltadmPath() { return zebotest::binDir() + "/vltadm"; }
+
+namespace {
+
+const char kOptions[] =
+    "* test repository\n"
+    "REPOSITORY repo.db\n"
+    "SERVERNAME TESTSRV\n"
+    "NODENAME node1\n"
+    "PASSWORDACCESS PROMPT\n"
+    "BUSYTIMEOUT 20\n";
+
+void makeRepository(const std::string& optFile) {
+    for (const char* args : {"init", "node add node1 pw-one", "node add node2 pw-two"}) {
+        auto r = zebotest::run("'" + vltadmPath() + "' -c '" + optFile + "' " + args);
+        if (r.status != 0) ADD_FAILURE() << "vltadm " << args << ": " << r.err;
+    }
+}
+
+// The standard repository, made once per test process: most tests start
+// from a copy of it instead of running vltadm three times.
+const std::string& templateRepository() {
+    static zebotest::TempDir dir;
+    static std::string db;
+    if (db.empty()) {
+        zebotest::writeFile(dir.file("rvk.opt"), kOptions);
+        makeRepository(dir.file("rvk.opt"));
+        db = dir.file("repo.db");
+    }
+    return db;
+}
+
+}  // namespace
+
+Repo::Repo(const std::string& extraOptions) {
+    optFile_ = dir_.file("rvk.opt");
+    zebotest::writeFile(optFile_, kOptions + extraOptions);
+    if (extraOptions.empty()) {
+        // vltadm leaves no write-ahead log behind: the file is all of it.
+        zebotest::writeFile(dir_.file("repo.db"), zebotest::readFile(templateRepository()));
+    } else {
+        makeRepository(optFile_);
+    }
+}
+
+zebotest::RunResult Repo::adm(const std::string& args, const std::string& input) const {
+    return zebotest::run("'" + vltadmPath() + "' -c '" + optFile_ + "' " + args, input);
+}
+
+void Repo::load(const std::string& node, const std::string& lines, const std::string& owner) const {
+    auto r = adm("load " + node + (owner.empty() ? "" : " " + owner), lines);
+    ASSERT_EQ(r.status, 0) << r.err;
+}
+
+uint64_t Repo::count(const std::string& node) const {
+    auto r = adm("count " + node);
+    EXPECT_EQ(r.status, 0) << r.err;
+    return strtoull(r.out.c_str(), nullptr, 10);
+}
+
+std::vector<std::string> Repo::actlog() const { return zebotest::lines(adm("actlog").out); }
+
+int16_t setUp(const std::string& optFile) {
+    rvkEnvSetUp env;
+    memset(&env, 0, sizeof env);
+    env.stVersion = RVK_ENVSETUP_VERSION;
+    snprintf(env.optFile, sizeof env.optFile, "%s", optFile.c_str());
+    std::string dir = optFile.substr(0, optFile.rfind('/'));
+    snprintf(env.logDir, sizeof env.logDir, "%s", dir.c_str());
+    snprintf(env.apiDir, sizeof env.apiDir, "%s", dir.c_str());
+    return rvkSetUp(RVK_MULTITHREAD, &env);
+}
+
+int16_t logOn(uint32_t* handle, const char* node, const char* password, const char* owner, const char* options) {
+    rvkApiVersionEx ver;
+    memset(&ver, 0, sizeof ver);
+    ver.stVersion = RVK_APIVERSIONEX_VERSION;
+    ver.version = 5;
+    ver.release = 5;
+    rvkInitExIn in;
+    memset(&in, 0, sizeof in);
+    in.stVersion = RVK_INITEXIN_VERSION;
+    in.apiVersionEx = &ver;
+    in.nodeName = const_cast<char*>(node);
+    in.ownerName = const_cast<char*>(owner);
+    in.password = const_cast<char*>(password);
+    in.appType = const_cast<char*>("ZEBO Linux86");
+    in.options = const_cast<char*>(options);
+    rvkInitExOut out;
+    memset(&out, 0, sizeof out);
+    out.stVersion = RVK_INITEXOUT_VERSION;
+    return rvkInitEx(handle, &in, &out);
+}
+
+QueryResult query(uint32_t handle, const std::string& fs, const std::string& hl, const std::string& ll,
+                  uint8_t state, rvkDate pit, const char* owner, uint8_t type) {
+    QueryResult res;
+    rvkObjName name;
+    memset(&name, 0, sizeof name);
+    snprintf(name.fs, sizeof name.fs, "%s", fs.c_str());
+    snprintf(name.hl, sizeof name.hl, "%s", hl.c_str());
+    snprintf(name.ll, sizeof name.ll, "%s", ll.c_str());
+    name.objType = type;
+    rvkQryBackupData q;
+    memset(&q, 0, sizeof q);
+    q.stVersion = RVK_QRYBACKUPDATA_VERSION;
+    q.objName = &name;
+    q.owner = const_cast<char*>(owner);
+    q.objState = state;
+    q.pitDate = pit;
+    res.beginRc = rvkBeginQuery(handle, RVK_QRY_BACKUP, &q);
+    if (res.beginRc != RVK_RC_OK) return res;
+    rvkQryRespBackup resp;
+    rvkDataBlk blk;
+    memset(&blk, 0, sizeof blk);
+    blk.stVersion = RVK_DATABLK_VERSION;
+    blk.bufferLen = sizeof resp;
+    blk.bufferPtr = reinterpret_cast<char*>(&resp);
+    for (;;) {
+        memset(&resp, 0, sizeof resp);
+        resp.stVersion = RVK_QRYRESPBACKUP_VERSION;
+        res.lastRc = rvkGetNextQObj(handle, &blk);
+        if (res.lastRc != RVK_RC_MORE_DATA) break;
+        Obj o;
+        o.id = (static_cast<uint64_t>(resp.objId.hi) << 32) | resp.objId.lo;
+        o.fs = resp.objName.fs;
+        o.hl = resp.objName.hl;
+        o.ll = resp.objName.ll;
+        o.owner = resp.owner;
+        o.ins = resp.insDate;
+        o.size = (static_cast<uint64_t>(resp.sizeEstimate.hi) << 32) | resp.sizeEstimate.lo;
+        o.state = resp.objState;
+        o.type = resp.objName.objType;
+        res.objects.push_back(o);
+    }
+    EXPECT_EQ(rvkEndQuery(handle), RVK_RC_OK);
+    return res;
+}
+
+rvkDelInfo delInfo(uint64_t id) {
+    rvkDelInfo d;
+    d.stVersion = RVK_DELINFO_VERSION;
+    d.objIdHi = static_cast<uint32_t>(id >> 32);
+    d.objIdLo = static_cast<uint32_t>(id);
+    return d;
+}
+
+int16_t deleteInTxn(uint32_t handle, const std::vector<uint64_t>& ids, uint8_t vote, uint16_t* reason,
+                    std::vector<int16_t>* deleteRcs) {
+    int16_t rc = rvkBeginTxn(handle);
+    if (rc != RVK_RC_OK) return rc;
+    for (uint64_t id : ids) {
+        int16_t d = rvkDeleteObj(handle, RVK_DEL_BACKUP_ID, delInfo(id));
+        if (deleteRcs) deleteRcs->push_back(d);
+    }
+    return rvkEndTxn(handle, vote, reason);
+}
+
+rvkDate date(int y, int mo, int d, int h, int mi, int s) {
+    rvkDate r;
+    r.year = static_cast<uint16_t>(y);
+    r.month = static_cast<uint8_t>(mo);
+    r.day = static_cast<uint8_t>(d);
+    r.hour = static_cast<uint8_t>(h);
+    r.minute = static_cast<uint8_t>(mi);
+    r.second = static_cast<uint8_t>(s);
+    return r;
+}
+
+std::string rcText(int16_t rc) {
+    char buf[RVK_MSG_MAX];
+    rvkRCMsg(0, rc, buf);
+    return buf;
+}
+
+}  // namespace vltest
