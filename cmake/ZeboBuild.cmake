@@ -35,5 +35,6 @@ function(zebo_tests name)
   target_link_libraries(${name} PRIVATE ${ARG_LIBS} zebo_testing GTest::gtest pthread)
   # The client library is loaded by bare name; tests find the one just built.
   set_target_properties(${name} PROPERTIES BUILD_RPATH "${ZEBO_LIB_OUT}")
+  add_dependencies(${name} zebo_test_prereqs)
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120 WORKING_DIRECTORY ${CMAKE_BINARY_DIR})
 endfunction()

@@ -1,0 +1,266 @@
+// The synchronisation driver; see syncdb.h.
+#include "sync/syncdb.h"
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "agent/session.h"
+#include "api/drvkapi.h"
+#include "common/nls/nls.h"
+#include "common/unx/nlsdate.h"
+#include "common/unx/nlsseam.h"
+#include "common/ut/trace.h"
+#include "sync/apireport.h"
+#include "sync/btree.h"
+#include "sync/catquery.h"
+#include "sync/consoleline.h"
+#include "sync/deletefiles.h"
+#include "sync/getpicklist.h"
+#include "sync/loadbtree.h"
+#include "sync/picklist.h"
+#include "sync/tempfiles.h"
+
+namespace {
+
+const char fn[] = "zeboSyncVltToRman()";
+
+enum { EMPTY_ANSWERS_ALLOWED = 3 };
+
+void endSession(AgentContext* context) {
+    gRvkApiObjP->drvkTerminate(RvkApiStatusObjP, context->rvkHandle);
+    context->rvkHandle = 0;
+}
+
+// Asks until the answer is not empty; false after the third empty answer.
+bool askRequired(unsigned prompt, int catalog, char* answer) {
+    for (int empty = 0;;) {
+        nlMsg(prompt, catalog);
+        zeboReadConsoleLine(answer, CATALOG_FIELD_SIZE);
+        nlMsg(131);
+        if (answer[0] != '\0') return true;
+        nlMsg(2623);
+        nlMsg(131);
+        nlMsg(131);
+        if (++empty == EMPTY_ANSWERS_ALLOWED) return false;
+    }
+}
+
+// Asks for one catalog connection; -1 after three empty user names or
+// passwords.
+int askCatalog(int catalog, CatalogConnection* rec) {
+    memset(rec, 0, sizeof *rec);
+    nlMsg(131);
+    if (!askRequired(2540, catalog, rec->user)) {
+        TRACE(TR_ORCLEVEL0, " %s: Exit - no username entered 3 times\n", fn);
+        return -1;
+    }
+    // Read like any other line: the answer is echoed as it is typed.
+    if (!askRequired(2541, catalog, rec->password)) {
+        TRACE(TR_ORCLEVEL0, " %s: Exit - no password entered 3 times\n", fn);
+        return -1;
+    }
+    nlMsg(2542, catalog);
+    zeboReadConsoleLine(rec->connect, CATALOG_FIELD_SIZE);
+    nlMsg(131);
+    return 0;
+}
+
+// Asks for one date until it parses; an empty answer takes the default.
+// Returns whether the administrator typed the date.
+bool askDate(unsigned prompt, const char* defaultText, const nlDateTime& defaultDate,
+             nlDateTime* date) {
+    char answer[UT_DATE_TEXT_SIZE];
+    for (;;) {
+        nlMsg(prompt, defaultText);
+        zeboReadConsoleLine(answer, sizeof answer);
+        nlMsg(131);
+        if (answer[0] == '\0') {
+            *date = defaultDate;
+            return false;
+        }
+        // "+N" counts N days back from today; anything else is a date in
+        // the user's layout.
+        int rc = nlParseDateAnswer(answer, date);
+        if (rc == 0) return true;
+        nlMsg(2525);
+        nlMsg(131);
+        TRACE(TR_ORCLEVEL0, " %s: dateParse() failed rc = %d\n", fn, rc);
+    }
+}
+
+void askDateRange(nlDateTime* from, nlDateTime* to) {
+    char fromDefault[UT_DATE_TEXT_SIZE];
+    char toDefault[UT_DATE_TEXT_SIZE];
+    utDefaultDateRange(fromDefault, toDefault);
+    nlDateTime fromDefaultDate = {1990, 1, 1, 0, 0, 0};
+    nlDateTime today;
+    nlToday(&today);
+    for (;;) {
+        nlMsg(131);
+        askDate(2543, fromDefault, fromDefaultDate, from);
+        bool toTyped = askDate(2544, toDefault, today, to);
+        // Kept deliberately: only a typed to-date is checked, so a from-date
+        // in the future passes with the to-date left at today.
+        if (!toTyped || nlCompareDateTime(*to, *from) >= 0) return;
+        nlMsg(131);
+        nlMsg(2529);
+    }
+}
+
+// A temporary name from utTempName, copied; false after the messages.
+bool makeTempName(const char* prefix, std::string* name) {
+    char* made = utTempName(prefix);
+    if (made == nullptr) {
+        TRACE(TR_ORCLEVEL0, " %s: tempnam() failed for %s\n", fn, prefix);
+        nlMsg(2531);
+        nlMsg(131);
+        return false;
+    }
+    *name = made;
+    free(made);
+    return true;
+}
+
+double secondsSince(const struct timespec& start) {
+    struct timespec now;
+    nlClockSeam(&now);
+    return static_cast<double>(now.tv_sec - start.tv_sec) +
+           static_cast<double>(now.tv_nsec - start.tv_nsec) / 1e9;
+}
+
+// Queries every catalog into the index. 0, or the driver's result.
+int16_t loadCatalogs(CatalogList* catalogs, const std::string& scriptPath,
+                     const std::string& spoolBase, const nlDateTime& from, const nlDateTime& to,
+                     BTree* index) {
+    int n = 1;
+    for (CatalogList::Node* node = catalogs->getFirst(); node != nullptr;
+         node = catalogs->getNext(node), ++n) {
+        // The script name serves every catalog; a script kept from the one
+        // before (ORCLEVEL2 or SYNCDBNORMAN) is ours and makes way.
+        if (n > 1) unlink(scriptPath.c_str());
+        std::string spoolPath = spoolBase + "_" + std::to_string(n) + ".out";
+        int16_t rc =
+            zeboQueryCatalog(&node->element, scriptPath.c_str(), spoolPath.c_str(), &from, &to);
+        if (rc != 0) {
+            TRACE(TR_ORCLEVEL0, " %s: Exit - error querying catalog rc = %d\n\n", fn, rc);
+            return -1;
+        }
+        rc = utLoadBTree(spoolPath.c_str(), index);
+        if (rc != 0) {
+            TRACE(TR_ORCLEVEL0, " %s: Exit - utLoadBTree() failed\n\n", fn);
+            return rc;
+        }
+    }
+    return 0;
+}
+
+// The pick list and the deletion, in turn, until the administrator leaves.
+int16_t pickAndDelete(SyncList* syncList, AgentContext* context) {
+    for (;;) {
+        if (pkPickHandle(syncList) != 0) return 0;
+        int16_t rc = utDeleteFiles(syncList, context);
+        if (rc != 0) {
+            TRACE(TR_ORCLEVEL0, " %s: Exit - utDeleteFiles() failed\n\n", fn);
+            return rc;
+        }
+        if (syncList->getCount() == 0) {
+            nlMsg(131);
+            nlMsg(2599);
+            nlMsg(131);
+            nlMsg(131);
+        }
+    }
+}
+
+}  // namespace
+
+int16_t zeboSyncVltToRman(AgentContext* context, ZeboCmdOptions* options) {
+    TRACE(TR_ORCLEVEL1, " %s: Enter\n", fn);
+    // Both lists release their nodes when they go out of scope, on every
+    // return.
+    CatalogList catalogs;
+    SyncList syncList;
+
+    int16_t rc = zeboSession(context);
+    if (rc != 0) {
+        char text[RVK_MSG_MAX];
+        utApiText(context->rvkHandle, rc, text);
+        nlMsg(2, text);
+        nlMsg(131);
+        TRACE(TR_ORCLEVEL0, " %s: Exit zeboSession() failed rc = %d\n\n", fn, rc);
+        return rc;
+    }
+
+    uint32_t count = options->numCatalogs < 1 ? 1 : options->numCatalogs;
+    for (uint32_t i = 1; i <= count; ++i) {
+        CatalogConnection rec;
+        if (askCatalog(static_cast<int>(i), &rec) != 0) {
+            endSession(context);
+            return -1;
+        }
+        int added = catalogs.addTail(rec);
+        memset(&rec, 0, sizeof rec);  // the password lives on in the list only
+        if (added != 0) {
+            // Kept as it has always been: the session is left to clean-up.
+            nlMsg(2522);
+            TRACE(TR_ORCLEVEL0, " %s Exit addTail() failed rc = %d\n\n", fn, added);
+            return 2522;
+        }
+    }
+
+    nlDateTime from;
+    nlDateTime to;
+    askDateRange(&from, &to);
+
+    std::string scriptPath;
+    std::string spoolBase;
+    bool haveScript = makeTempName("SQLI", &scriptPath);
+    bool haveSpool = makeTempName("SQLO", &spoolBase);
+    if (!haveScript || !haveSpool) {
+        endSession(context);
+        TRACE(TR_ORCLEVEL0, " %s: Exit could not create file name with tempnam()\n\n", fn);
+        return 2531;
+    }
+    scriptPath += ".sql";
+
+    BTree* index = utNewTree();
+    if (index == nullptr) {
+        endSession(context);
+        TRACE(TR_ORCLEVEL0, " %s: Exit - NO MEMORY\n\n", fn);
+        return 2522;
+    }
+    nlMsg(2581);
+
+    struct timespec start;
+    nlClockSeam(&start);
+    rc = loadCatalogs(&catalogs, scriptPath, spoolBase, from, to, index);
+    if (rc != 0) {
+        endSession(context);
+        utDeleteTree(index);
+        return rc;
+    }
+    TRACE(TR_ORCLEVEL1 || TR_PERFORMANCE, " %s: Catalog query and load: %.3f s\n", fn,
+          secondsSince(start));
+
+    nlClockSeam(&start);
+    rc = utGetPickList(&from, &to, context, &syncList, index);
+    TRACE(TR_ORCLEVEL1 || TR_PERFORMANCE, " %s: Server query and matching: %.3f s, %u orphans\n",
+          fn, secondsSince(start), syncList.getCount());
+    if (rc != 0 || syncList.getCount() == 0) {
+        utDeleteTree(index);
+        endSession(context);
+        TRACE(TR_ORCLEVEL1, " %s: Exit - rc = %d\n\n", fn, rc);
+        return rc;
+    }
+
+    rc = pickAndDelete(&syncList, context);
+    endSession(context);
+    utDeleteTree(index);
+    TRACE(TR_ORCLEVEL1, " %s: Exit - rc = %d\n\n", fn, rc);
+    return rc;
+}

@@ -1,0 +1,35 @@
+// Support for the synchronisation's tests: the message repository opened on
+// the built English catalogs (texts go to standard output, so a test reads
+// them with the test framework's output capture), and a fixed clock.
+#ifndef ZEBO_SYNC_SYNCDB_TESTUTIL_H
+#define ZEBO_SYNC_SYNCDB_TESTUTIL_H
+
+#include <time.h>
+
+#include <string>
+
+namespace synctest {
+
+// Opens the message repository once per process; the error log goes to a
+// file in the system's temporary directory (errorLogPath()).
+void initMessages();
+const std::string& errorLogPath();
+
+// Makes the client library loadable by its bare name, as the program loads
+// it. Under AddressSanitizer dlopen is intercepted and the test binary's run
+// path is then not searched; opening the library once by its full path puts
+// it in the process, where the bare name finds it. Elsewhere nothing to do.
+void preloadClientLibrary();
+
+// Fixes the clock of the locale layer at `secs` until the object goes away.
+class FixedClock {
+  public:
+    explicit FixedClock(time_t secs);
+    ~FixedClock();
+    FixedClock(const FixedClock&) = delete;
+    FixedClock& operator=(const FixedClock&) = delete;
+};
+
+}  // namespace synctest
+
+#endif
