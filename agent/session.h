@@ -19,4 +19,12 @@ int16_t psDoRvkSetUp(AgentContext* context);
 // context->maxObjPerTxn are set.
 int16_t zeboSession(AgentContext* context);
 
+// The log-on step of zeboSession, also used by zebopasswd to prove a new
+// password: logs on as ZEBO_NODE / ZEBO_OWNER with `password` (65 bytes;
+// empty: the API finds the password itself) and the option file
+// RVKI_ORC_CONFIG. While the server answers -50 the call is repeated, five
+// attempts in all, without a pause. 0 with *handle set, or the last code.
+// `caller` names the caller in the trace. The password is not wiped here.
+int zeboLogOn(AgentContext* context, char* password, uint32_t* handle, const char* caller);
+
 #endif

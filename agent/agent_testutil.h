@@ -1,0 +1,164 @@
+// Test support for the agent runtime and the programs built on it: a scratch
+// installation in a temporary folder with a real repository of the client
+// library, its option file rvk.opt, an agent directory whose language
+// folders point at the built catalogs, and a writer for the agent option
+// file zebo.opt. Header-only, so that the agent, sync and zebopasswd test
+// binaries can all use it.
+#ifndef ZEBO_AGENT_AGENT_TESTUTIL_H
+#define ZEBO_AGENT_AGENT_TESTUTIL_H
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <initializer_list>
+#include <string>
+#include <vector>
+
+#include "api/drvkapidl.h"
+#include "common/nls/nls.h"
+#include "testing/testutil.h"
+
+namespace agenttest {
+
+// Opens the message repository on the built catalogs once per process,
+// silently: tests read the texts through nlFormatText and the logs.
+inline void openMessages() {
+    static bool opened = false;
+    if (opened) return;
+    opened = true;
+    nlsObject_t* nls = newNlsGlobalObject(nullptr, 0);
+    nlSetPrefix(nls, "QEV");
+    nlInit("zebo.cat", 10, "", zebotest::catalogDir().c_str(), "", 0, 'D', 100, 'S', NL_APP_SILENT,
+           1, 1, 1, nullptr, "zebo.cat");
+}
+
+// Loads the built client library into the test process and makes the global
+// API object. The library is opened by its full path first: a sanitizer
+// build may open libraries on the program's behalf, and then the test
+// binary's own library path is not searched for the bare name that the
+// loader uses. Once loaded, the bare name finds it. Returns Setup's code.
+inline int loadClientLibrary() {
+    static void* preloaded = dlopen((zebotest::libDir() + "/libApiQZ.so").c_str(), RTLD_NOW);
+    (void)preloaded;
+    if (!gRvkApiObjP) gRvkApiObjP = new DRvkApiDL();
+    return gRvkApiObjP->Setup();
+}
+
+// The node that every scratch repository knows, with a 12-character password.
+inline const char* nodeName() {
+    return "NODE1";
+}
+inline const char* nodePassword() {
+    return "pw-one-12345";
+}
+
+// Single quotes around a text for /bin/sh.
+inline std::string shellQuoted(const std::string& text) {
+    std::string out = "'";
+    for (char c : text) {
+        if (c == '\'') {
+            out += "'\\''";
+        } else {
+            out += c;
+        }
+    }
+    return out + "'";
+}
+
+class Install {
+  public:
+    Install() {
+        mkdir(agentDir().c_str(), 0755);
+        mkdir(logDir().c_str(), 0755);
+        for (const char* language : {"en_US", "de_DE"}) {
+            std::string target = zebotest::catalogDir() + "/" + language;
+            EXPECT_EQ(0, symlink(target.c_str(), (agentDir() + "/" + language).c_str()));
+        }
+        zebotest::writeFile(rvkOpt(), "REPOSITORY " + path("repo.db") +
+                                          "\nSERVERNAME TESTSRV\nNODENAME " + nodeName() +
+                                          "\nPASSWORDACCESS PROMPT\n");
+        adm("init");
+        adm(std::string("node add ") + nodeName() + " " + nodePassword());
+    }
+
+    std::string path(const std::string& name) const { return dir_.file(name); }
+    std::string agentDir() const { return dir_.file("agent"); }
+    std::string logDir() const { return dir_.file("log"); }
+    std::string rvkOpt() const { return dir_.file("rvk.opt"); }
+    std::string zeboOpt() const { return dir_.file("zebo.opt"); }
+
+    // Runs vltadm on the repository; the test fails when it fails.
+    zebotest::RunResult adm(const std::string& args) const {
+        zebotest::RunResult r =
+            zebotest::run(zebotest::binDir() + "/vltadm -c " + shellQuoted(rvkOpt()) + " " + args);
+        EXPECT_EQ(0, r.status) << "vltadm " << args << ": " << r.err;
+        return r;
+    }
+
+    // The lines every test option file starts with: the scratch directories,
+    // the client option file and the node; `extra` follows.
+    std::string optionLines(const std::string& extra = "", bool withNode = true) const {
+        std::string text = "* written by the test\n";
+        text += "RVKI_DIR " + dir_.path() + "\n";
+        text += "RVKI_LOG " + logDir() + "\n";
+        text += "RVKI_ORC_DIR " + agentDir() + "\n";
+        text += "RVKI_ORC_CONFIG " + rvkOpt() + "\n";
+        text += "ZEBO_PSWDPATH " + dir_.path() + "\n";
+        if (withNode) text += std::string("ZEBO_NODE ") + nodeName() + "\n";
+        return text + extra;
+    }
+
+    // Writes zebo.opt and returns its path.
+    std::string writeZeboOpt(const std::string& extra = "", bool withNode = true) const {
+        zebotest::writeFile(zeboOpt(), optionLines(extra, withNode));
+        return zeboOpt();
+    }
+
+    // "cd <dir> && ZEBO_AGENT_DIR=<agent dir> " in front of a shell command,
+    // so that a program finds the catalogs and leaves its logs here.
+    std::string shellPrefix() const {
+        return "cd " + shellQuoted(dir_.path()) + " && ZEBO_AGENT_DIR=" + shellQuoted(agentDir()) +
+               " ";
+    }
+
+  private:
+    zebotest::TempDir dir_;
+};
+
+// Sets environment variables for the length of a test and puts the old
+// values back afterwards.
+class EnvSetting {
+  public:
+    EnvSetting(std::initializer_list<std::pair<const char*, std::string>> values) {
+        for (const auto& v : values) {
+            const char* old = getenv(v.first);
+            saved_.push_back({v.first, old ? old : "", old != nullptr});
+            setenv(v.first, v.second.c_str(), 1);
+        }
+    }
+    ~EnvSetting() {
+        for (const Saved& s : saved_) {
+            if (s.set) {
+                setenv(s.name.c_str(), s.value.c_str(), 1);
+            } else {
+                unsetenv(s.name.c_str());
+            }
+        }
+    }
+    EnvSetting(const EnvSetting&) = delete;
+    EnvSetting& operator=(const EnvSetting&) = delete;
+
+  private:
+    struct Saved {
+        std::string name, value;
+        bool set;
+    };
+    std::vector<Saved> saved_;
+};
+
+}  // namespace agenttest
+
+#endif

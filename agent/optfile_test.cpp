@@ -1,0 +1,173 @@
+#include "agent/optfile.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "agent/agent_testutil.h"
+#include "agent/agentenv.h"
+#include "testing/testutil.h"
+#include "zebo_config.h"
+
+namespace {
+
+using agenttest::EnvSetting;
+using zebotest::readFile;
+using zebotest::writeFile;
+
+class OptFileTest : public ::testing::Test {
+  protected:
+    OptFileTest()
+        : env_({{"ZEBO_AGENT_DIR", dir_.path()}, {"ZEBO_OPTFILE", dir_.file("zebo.opt")}}) {
+        agenttest::openMessages();
+    }
+
+    int16_t readOptions(const std::string& text) {
+        writeFile(dir_.file("zebo.opt"), text);
+        return zeboReadOptions(&context_);
+    }
+    const char* slot(int index) const { return context_.optValue[index]; }
+    // The fallback error log that option errors go to.
+    std::string log() const { return readFile(dir_.file("zeboerror.log")); }
+
+    zebotest::TempDir dir_;
+    EnvSetting env_;
+    AgentContext context_;
+};
+
+TEST_F(OptFileTest, CommentsAndBlankLinesLeaveTheDefaults) {
+    context_.rvkHandle = 77;  // cleared with the rest of the context
+    ASSERT_EQ(0, readOptions("* comment\n\n   \t\n   * indented comment\n"));
+    EXPECT_STREQ(ZEBO_API_DIR, slot(OPT_RVKI_DIR));
+    EXPECT_EQ(dir_.path(), slot(OPT_RVKI_ORC_DIR));
+    EXPECT_EQ(dir_.path(), slot(OPT_RVKI_LOG));
+    EXPECT_EQ(dir_.path(), slot(OPT_ZEBO_PSWDPATH));
+    EXPECT_STREQ("50", slot(OPT_ZEBO_AVG_SIZE));
+    EXPECT_STREQ("/koruorc", slot(OPT_ZEBO_FS));
+    EXPECT_STREQ("1", slot(OPT_ZEBO_NUM_BUFFERS));
+    for (int empty : {OPT_RVKI_ORC_CONFIG, OPT_ZEBO_NODE, OPT_ZEBO_OWNER, OPT_ZEBO_TRACE_FLAGS,
+                      OPT_ZEBO_DATE_FMT, OPT_ZEBO_TEST_FLAGS}) {
+        EXPECT_STREQ("", slot(empty)) << optLookup[empty];
+    }
+    EXPECT_EQ(1, context_.nodeFromApi);
+    EXPECT_EQ(0u, context_.rvkHandle);
+    EXPECT_EQ("", log());
+}
+
+TEST_F(OptFileTest, ValuesAreCleanedAndKeywordsMatchInAnyCase) {
+    struct Case {
+        const char* text;
+        int slot;
+        const char* expected;
+    } cases[] = {
+        {"zebo_node  MyNode\n", OPT_ZEBO_NODE, "MyNode"},
+        {"ZEBO_FS \\backslashed\n", OPT_ZEBO_FS, "/backslashed"},
+        {"ZEBO_FS relative\n", OPT_ZEBO_FS, "/relative"},
+        {"ZEBO_FS /absolute\n", OPT_ZEBO_FS, "/absolute"},
+        {"ZEBO_OWNER   \"two  words\"  \n", OPT_ZEBO_OWNER, "two  words"},
+        {"ZEBO_OWNER a\"b\"c\n", OPT_ZEBO_OWNER, "abc"},
+        {"ZEBO_MGMT_CLASS_2,commaclass\n", OPT_ZEBO_MGMT_CLASS_2, "commaclass"},
+        {"ZEBO_MGMT_CLASS_3\tit's\n", OPT_ZEBO_MGMT_CLASS_3, "it's"},
+        {"ZEBO_LANGUAGE a*b\n", OPT_ZEBO_LANGUAGE, "a*b"},
+        {"ZEBO_TRACE_FILE /tmp/x.trc\r\n", OPT_ZEBO_TRACE_FILE, "/tmp/x.trc"},
+        {"ZEBO_TEST_FLAGS  \"SYNCDBNORMAN\" \n", OPT_ZEBO_TEST_FLAGS, " \"SYNCDBNORMAN\" "},
+        {"ZEBO_AVG_SIZE 10\nZEBO_AVG_SIZE 20\n", OPT_ZEBO_AVG_SIZE, "20"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
+        ASSERT_EQ(0, readOptions(c.text));
+        EXPECT_STREQ(c.expected, slot(c.slot));
+    }
+    ASSERT_EQ(0, readOptions("ZEBO_OWNER someone\n"));
+    EXPECT_EQ(0, context_.nodeFromApi);
+}
+
+TEST_F(OptFileTest, LongLineIsReadInPiecesOf512Characters) {
+    std::string first = "ZEBO_LANGUAGE " + std::string(498, 'a');
+    ASSERT_EQ(512u, first.size());
+    ASSERT_EQ(0, readOptions(first + "ZEBO_OWNER bob\n"));
+    EXPECT_EQ(std::string(498, 'a'), slot(OPT_ZEBO_LANGUAGE));
+    EXPECT_STREQ("bob", slot(OPT_ZEBO_OWNER));
+}
+
+TEST_F(OptFileTest, FirstBadLineEndsTheParseWithItsMessage) {
+    const std::string path = dir_.file("zebo.opt");
+    EXPECT_EQ(2534, readOptions("ZEBO_NODE n1\nZEBO_BOGUS x\nZEBO_OWNER o\n"));
+    EXPECT_STREQ("n1", slot(OPT_ZEBO_NODE));
+    EXPECT_STREQ("", slot(OPT_ZEBO_OWNER));
+    std::string text = log();
+    EXPECT_NE(std::string::npos, text.find("TID<" + std::to_string(getpid()) + ">  ==>  QEV2603E"))
+        << text;
+    EXPECT_NE(std::string::npos, text.find("ZEBO_BOGUS")) << text;
+    EXPECT_NE(std::string::npos, text.find(path)) << text;
+
+    for (const char* noValue : {"ZEBO_NODE\n", "ZEBO_NODE   \n", "ZEBO_NODE \"\"\"\n"}) {
+        SCOPED_TRACE(noValue);
+        size_t before = zebotest::lines(log()).size();
+        EXPECT_EQ(2534, readOptions(noValue));
+        std::vector<std::string> lines = zebotest::lines(log());
+        ASSERT_EQ(before + 1, lines.size());
+        EXPECT_NE(std::string::npos, lines.back().find("QEV2616E")) << lines.back();
+        EXPECT_NE(std::string::npos, lines.back().find("ZEBO_NODE")) << lines.back();
+    }
+}
+
+TEST_F(OptFileTest, OptionFileIsFoundThroughTheVariableOrTheAgentDirectory) {
+    writeFile(dir_.file("quoted.opt"), "ZEBO_NODE q\n");
+    FILE* file = nullptr;
+    char path[ZEBO_PATH_SIZE];
+    int lines = -1;
+    for (const std::string& value :
+         {"'" + dir_.file("quoted.opt") + "'", "\"" + dir_.file("quoted.opt") + "\""}) {
+        EnvSetting quoted({{"ZEBO_OPTFILE", value}});
+        ASSERT_EQ(0, zeboOpenOptFile(&file, path, &lines)) << value;
+        EXPECT_EQ(dir_.file("quoted.opt"), path);
+        EXPECT_EQ(0, lines);
+        fclose(file);
+    }
+    {
+        // A lone quote is no pair of quotes: it names a file of its own.
+        EnvSetting lone({{"ZEBO_OPTFILE", "'"}});
+        EXPECT_EQ(2534, zeboOpenOptFile(&file, path, &lines));
+        EXPECT_STREQ("'", path);
+        EXPECT_EQ(nullptr, file);
+    }
+    unsetenv("ZEBO_OPTFILE");
+    EXPECT_EQ(2534, zeboOpenOptFile(&file, path, &lines));
+    EXPECT_EQ(dir_.file("zebo.opt"), path);
+    EXPECT_NE(std::string::npos, log().find("QEV2615E")) << log();
+    EXPECT_NE(std::string::npos, log().find(dir_.file("zebo.opt"))) << log();
+}
+
+TEST_F(OptFileTest, SingleKeyLookupTakesTheFirstMatchingLine) {
+    writeFile(dir_.file("zebo.opt"),
+              "* RVKI_LOG /comment\nrvki_log  \"/some dir\" \nRVKI_LOG /second\nZEBO_NODE\n");
+    FILE* file = fopen(dir_.file("zebo.opt").c_str(), "r");
+    ASSERT_NE(nullptr, file);
+    char value[ZEBO_OPT_VALUE_SIZE];
+    EXPECT_EQ(0, zeboGetOptValue(file, "RVKI_LOG", value, sizeof value));
+    EXPECT_STREQ("/some dir", value);
+    EXPECT_EQ(-1, zeboGetOptValue(file, "ZEBO_NODE", value, sizeof value));
+    EXPECT_EQ(-1, zeboGetOptValue(file, "ZEBO_OWNER", value, sizeof value));
+    // The file is rewound for every lookup.
+    EXPECT_EQ(0, zeboGetOptValue(file, "RVKI_LOG", value, sizeof value));
+    fclose(file);
+}
+
+TEST(PsGetEnvTest, TakesOnlyValuesThatFitWithTheirTerminator) {
+    EnvSetting env({{"ZEBO_TEST_VALUE", "abcd"}, {"ZEBO_TEST_EMPTY", ""}});
+    char buffer[8] = "junk";
+    EXPECT_EQ(1, psGetEnv("ZEBO_TEST_VALUE", buffer, 5));
+    EXPECT_STREQ("abcd", buffer);
+    EXPECT_EQ(0, psGetEnv("ZEBO_TEST_VALUE", buffer, 4));
+    EXPECT_STREQ("", buffer);
+    EXPECT_EQ(0, psGetEnv("ZEBO_TEST_EMPTY", buffer, sizeof buffer));
+    EXPECT_EQ(0, psGetEnv("ZEBO_TEST_UNSET_NAME", buffer, sizeof buffer));
+    EXPECT_EQ(0, psGetEnv("", buffer, sizeof buffer));
+    EXPECT_EQ(0, psGetEnv(nullptr, buffer, sizeof buffer));
+    EXPECT_EQ(0, psGetEnv("ZEBO_TEST_VALUE", nullptr, 8));
+    EXPECT_EQ(0, psGetEnv("ZEBO_TEST_VALUE", buffer, 0));
+}
+
+}  // namespace

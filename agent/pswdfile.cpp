@@ -1,0 +1,186 @@
+#include "agent/pswdfile.h"
+
+#include <dirent.h>
+#include <errno.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/stat.h>
+
+#include "agent/agentenv.h"
+#include "agent/errorlog.h"
+#include "api/drvkapi.h"
+#include "common/nls/nls.h"
+#include "common/ut/trace.h"
+
+namespace {
+
+const char kHeader[] = "Agent for Oracle Backup - Password file";
+static_assert(sizeof kHeader - 1 == ZEBO_PSWD_HEADER_SIZE, "header is 39 bytes");
+
+enum { BLOCK = 8 };
+const size_t kBlock = BLOCK;
+
+// Writes the header and the enciphered records. 0 or -1.
+int16_t pszeboWritePswdToFile(const char* path, unsigned char* key, const char* password) {
+    static const char kName[] = "pszeboWritePswdToFile()";
+    TRACE(TR_ORCLEVEL1, " %s: Enter\n", kName);
+    FILE* file = fopen(path, "wb");
+    if (!file) {
+        TRACE(TR_ORCLEVEL0, " %s: Exit - Open pswd file failed\n\n", kName);
+        return -1;
+    }
+    chmod(path, 0644);
+    bool ok = fwrite(kHeader, 1, ZEBO_PSWD_HEADER_SIZE, file) == ZEBO_PSWD_HEADER_SIZE;
+    size_t left = strlen(password);
+    const char* next = password;
+    while (ok) {
+        unsigned char piece[BLOCK + 1];
+        memset(piece, 0, sizeof piece);
+        size_t length = left < kBlock ? left : kBlock;
+        if (length == 0) break;
+        memcpy(piece, next, length);
+        next += length;
+        left -= length;
+        unsigned char cipher[BLOCK];
+        memset(cipher, 0, sizeof cipher);
+        gRvkApiObjP->drvkEncryptEx(RvkApiStatusObjP, key, piece, cipher);
+        explicit_bzero(piece, sizeof piece);
+        ok = fputc('0' + static_cast<int>(length), file) != EOF &&
+             fwrite(cipher, 1, BLOCK, file) == BLOCK;
+        if (length < BLOCK) break;
+    }
+    fclose(file);
+    TRACE(TR_ORCLEVEL1, " %s: Exit - OK\n\n", kName);
+    return 0;
+}
+
+// Deciphers the records of an open file into `password` (65 bytes).
+void pszeboReadPswdFromFile(FILE* file, unsigned char* key, char* password) {
+    static const char kName[] = "pszeboReadPswdFromFile()";
+    TRACE(TR_ORCLEVEL1, " %s: Enter\n", kName);
+    char header[ZEBO_PSWD_HEADER_SIZE + 1];
+    if (!fgets(header, sizeof header, file)) header[0] = '\0';
+    size_t used = 0;
+    for (;;) {
+        int digit = fgetc(file);
+        if (digit == EOF) break;
+        unsigned char cipher[BLOCK];
+        memset(cipher, 0, sizeof cipher);
+        // A record cut short still deciphers a whole block: the file is only
+        // ever written by pszeboUpdatePswd, so its digits are taken on trust.
+        if (fread(cipher, 1, BLOCK, file) == 0) memset(cipher, 0, sizeof cipher);
+        unsigned char plain[BLOCK + 1];
+        memset(plain, 0, sizeof plain);
+        TRACE(TR_ORCLEVEL2, " %s: Calling RVKDECRYPTEX()\n", kName);
+        gRvkApiObjP->drvkDecryptEx(RvkApiStatusObjP, key, cipher, plain);
+        // The digit is not checked against 1 to 8; only memory bounds the
+        // copy, so a damaged file yields a wrong password, never an overrun.
+        int count = digit - '0';
+        if (count < 0) count = 0;
+        if (count > BLOCK) count = BLOCK;
+        if (used + count > ZEBO_PSWD_BUFFER_SIZE - 1) count = ZEBO_PSWD_BUFFER_SIZE - 1 - used;
+        memcpy(password + used, plain, static_cast<size_t>(count));
+        used += static_cast<size_t>(count);
+        explicit_bzero(plain, sizeof plain);
+    }
+    password[used] = '\0';
+    TRACE(TR_ORCLEVEL1, " %s: Exit - OK\n\n", kName);
+}
+
+}  // namespace
+
+void pszeboGetFileName(char* dir, char* path, AgentContext* context) {
+    static const char kName[] = "pszeboGetFileName()";
+    TRACE(TR_ORCLEVEL1, " %s: Enter\n", kName);
+    const char* chosen = context->optValue[OPT_ZEBO_PSWDPATH];
+    if (!*chosen) chosen = context->optValue[OPT_RVKI_ORC_DIR];
+    if (*chosen) {
+        snprintf(dir, ZEBO_PSWD_DIR_SIZE, "%s", chosen);
+    } else if (zeboGetAgentDir(dir, ZEBO_PSWD_DIR_SIZE) != 0) {
+        dir[0] = '\0';
+    }
+    size_t n = strlen(dir);
+    const char* slash = (n && dir[n - 1] == '/') ? "" : "/";
+    snprintf(path, ZEBO_PSWD_PATH_SIZE, "%s%sZEBO.%s", dir, slash,
+             context->optValue[OPT_ZEBO_NODE]);
+    TRACE(TR_ORCLEVEL2, " %s: rvkHandle = %d, Password Path = '%s'\n", kName, context->rvkHandle,
+          path);
+    TRACE(TR_ORCLEVEL1, " %s: Exit - OK\n\n", kName);
+}
+
+void pszeboSetKey(unsigned char* key, AgentContext* context) {
+    static const char kName[] = "pszeboSetKey()";
+    TRACE(TR_ORCLEVEL1, " %s: Enter\n", kName);
+    memset(key, 0, BLOCK);
+    gRvkApiObjP->drvkCreateDesKeyEx(RvkApiStatusObjP, key, context->optValue[OPT_ZEBO_NODE]);
+    TRACE(TR_ORCLEVEL1, " %s: Exit - OK\n\n", kName);
+}
+
+int16_t psReadPswd(char* password, AgentContext* context) {
+    static const char kName[] = "psReadPswd()";
+    TRACE(TR_ORCLEVEL1, " %s: Enter\n", kName);
+    char dir[ZEBO_PSWD_DIR_SIZE];
+    char path[ZEBO_PSWD_PATH_SIZE];
+    unsigned char key[BLOCK];
+    password[0] = '\0';
+    pszeboGetFileName(dir, path, context);
+    pszeboSetKey(key, context);
+
+    TRACE(TR_ORCLEVEL2, " %s: Calling stat().\n", kName);
+    struct stat status;
+    int statRc = stat(path, &status);
+    FILE* file = nullptr;
+    if (statRc == 0 && S_ISREG(status.st_mode)) {
+        chmod(path, 0644);
+        file = fopen(path, "rb");
+    }
+    if (!file) {
+        TRACE(TR_ORCLEVEL0, " %s: Exit - RVK_RC_NO_PASS_FILE\n rc: %d\n\n", kName, statRc);
+        char* text = nlFormatText(2519, context->optValue[OPT_ZEBO_NODE]);
+        if (text) {
+            snprintf(context->errorText, ZEBO_ERROR_TEXT_SIZE, "%s", text);
+            free(text);
+        }
+        zeboErrorMsg(context->errorText);
+        TRACE(TR_ORCLEVEL0,
+              " %s: Exit - pszeboReadPswdFromFile() failed. rvkHandle = %d, rc= %d\n\n", kName,
+              context->rvkHandle, RVK_RC_NO_PASS_FILE);
+        explicit_bzero(key, sizeof key);
+        return RVK_RC_NO_PASS_FILE;
+    }
+    pszeboReadPswdFromFile(file, key, password);
+    fclose(file);
+    explicit_bzero(key, sizeof key);
+    TRACE(TR_ORCLEVEL1, " %s: Exit - OK\n\n", kName);
+    return 0;
+}
+
+int16_t pszeboUpdatePswd(const char* password, AgentContext* context) {
+    static const char kName[] = "pszeboUpdatePswd()";
+    TRACE(TR_ORCLEVEL1, " %s: Enter\n", kName);
+    char dir[ZEBO_PSWD_DIR_SIZE];
+    char path[ZEBO_PSWD_PATH_SIZE];
+    unsigned char key[BLOCK];
+    pszeboGetFileName(dir, path, context);
+    pszeboSetKey(key, context);
+
+    int16_t rc = 0;
+    DIR* handle = opendir(dir);
+    if (handle) {
+        closedir(handle);
+    } else if (errno == ENOENT) {
+        if (mkdir(dir, 0700) != 0) rc = ZEBO_RC_PSWD_DIR_MAKE;
+    } else {
+        rc = ZEBO_RC_PSWD_DIR_OPEN;
+    }
+    if (rc == 0) rc = pszeboWritePswdToFile(path, key, password);
+    explicit_bzero(key, sizeof key);
+    if (rc != 0) {
+        TRACE(TR_ORCLEVEL0, " %s: pszeboWritePswdToFile() failed rvkHandle = %d, rc = %d\n\n",
+              kName, context->rvkHandle, rc);
+        return rc;
+    }
+    TRACE(TR_ORCLEVEL1, " %s: Exit - OK\n\n", kName);
+    return 0;
+}

@@ -1,0 +1,136 @@
+#include "agent/pswdfile.h"
+
+#include <gtest/gtest.h>
+#include <string.h>
+#include <sys/stat.h>
+
+#include <string>
+
+#include "agent/agent_testutil.h"
+#include "testing/testutil.h"
+
+namespace {
+
+using agenttest::EnvSetting;
+using zebotest::readFile;
+using zebotest::writeFile;
+
+// The password file through the real client library's key and cipher.
+class PswdFileTest : public ::testing::Test {
+  protected:
+    PswdFileTest()
+        : env_({{"ZEBO_AGENT_DIR", dir_.file("agent")}, {"ZEBO_OPTFILE", dir_.file("zebo.opt")}}) {
+        agenttest::openMessages();
+        EXPECT_EQ(0, agenttest::loadClientLibrary());
+        mkdir(dir_.file("agent").c_str(), 0755);
+        writeFile(dir_.file("zebo.opt"), "RVKI_LOG " + dir_.path() + "\n");
+        memset(&context_, 0, sizeof context_);
+        setSlot(OPT_ZEBO_NODE, "NODE1");
+        setSlot(OPT_ZEBO_PSWDPATH, dir_.file("pw"));
+    }
+    void setSlot(int slot, const std::string& value) {
+        snprintf(context_.optValue[slot], ZEBO_OPT_VALUE_SIZE, "%s", value.c_str());
+    }
+    std::string fileName() {
+        char dir[ZEBO_PSWD_DIR_SIZE], path[ZEBO_PSWD_PATH_SIZE];
+        pszeboGetFileName(dir, path, &context_);
+        return path;
+    }
+
+    zebotest::TempDir dir_;
+    EnvSetting env_;
+    AgentContext context_;
+};
+
+TEST_F(PswdFileTest, PasswordsRoundTripThroughTheLibraryCipher) {
+    for (std::string password :
+         std::vector<std::string>{"twelve-chars", "eight-ch", "", "x", std::string(64, 'p')}) {
+        SCOPED_TRACE("password of " + std::to_string(password.size()));
+        ASSERT_EQ(0, pszeboUpdatePswd(password.c_str(), &context_));
+        std::string file = readFile(dir_.file("pw/ZEBO.NODE1"));
+        size_t records = (password.size() + 7) / 8;
+        ASSERT_EQ(39 + 9 * records, file.size());
+        EXPECT_EQ("Agent for Oracle Backup - Password file", file.substr(0, 39));
+        for (size_t r = 0; r < records; ++r) {
+            size_t piece = std::min<size_t>(8, password.size() - 8 * r);
+            EXPECT_EQ(static_cast<char>('0' + piece), file[39 + 9 * r]);
+            // Nothing of the password stands in the file as it is.
+            EXPECT_NE(password.substr(8 * r, piece), file.substr(39 + 9 * r + 1, piece));
+        }
+        struct stat status;
+        ASSERT_EQ(0, stat(dir_.file("pw/ZEBO.NODE1").c_str(), &status));
+        EXPECT_EQ(0644u, status.st_mode & 0777);
+
+        char back[ZEBO_PSWD_BUFFER_SIZE];
+        memset(back, '?', sizeof back);
+        ASSERT_EQ(0, psReadPswd(back, &context_));
+        EXPECT_EQ(password, back);
+    }
+    // The key is made from the node: another node cannot read the file.
+    ASSERT_EQ(0, pszeboUpdatePswd("twelve-chars", &context_));
+    std::string file = readFile(dir_.file("pw/ZEBO.NODE1"));
+    setSlot(OPT_ZEBO_NODE, "NODE2");
+    ASSERT_EQ(0, pszeboUpdatePswd("twelve-chars", &context_));
+    EXPECT_NE(file.substr(39), readFile(dir_.file("pw/ZEBO.NODE2")).substr(39));
+}
+
+TEST_F(PswdFileTest, FileNameTakesTheFirstDirectoryGiven) {
+    setSlot(OPT_ZEBO_PSWDPATH, "/keys/");
+    setSlot(OPT_RVKI_ORC_DIR, "/orcdir");
+    EXPECT_EQ("/keys/ZEBO.NODE1", fileName());
+    setSlot(OPT_ZEBO_PSWDPATH, "/keys");
+    EXPECT_EQ("/keys/ZEBO.NODE1", fileName());
+    setSlot(OPT_ZEBO_PSWDPATH, "");
+    EXPECT_EQ("/orcdir/ZEBO.NODE1", fileName());
+    setSlot(OPT_RVKI_ORC_DIR, "");
+    setSlot(OPT_ZEBO_NODE, "");
+    EXPECT_EQ(dir_.file("agent/ZEBO."), fileName());
+}
+
+TEST_F(PswdFileTest, DirectoryIsMadeWhenMissingAndFailuresKeepTheirCodes) {
+    ASSERT_EQ(0, pszeboUpdatePswd("secret", &context_));
+    struct stat status;
+    ASSERT_EQ(0, stat(dir_.file("pw").c_str(), &status));
+    EXPECT_EQ(0700u, status.st_mode & 0777);
+
+    setSlot(OPT_ZEBO_PSWDPATH, dir_.file("no/such"));
+    EXPECT_EQ(167, pszeboUpdatePswd("secret", &context_));
+    writeFile(dir_.file("plainfile"), "x");
+    setSlot(OPT_ZEBO_PSWDPATH, dir_.file("plainfile"));
+    EXPECT_EQ(2521, pszeboUpdatePswd("secret", &context_));
+    // The password file's name is taken by a directory.
+    setSlot(OPT_ZEBO_PSWDPATH, dir_.path());
+    mkdir(dir_.file("ZEBO.NODE1").c_str(), 0755);
+    EXPECT_EQ(-1, pszeboUpdatePswd("secret", &context_));
+}
+
+TEST_F(PswdFileTest, MissingOrUnusableFileGives168WithMessage2519) {
+    for (bool asDirectory : {false, true}) {
+        SCOPED_TRACE(asDirectory ? "directory" : "missing");
+        mkdir(dir_.file("pw").c_str(), 0700);
+        if (asDirectory) mkdir(dir_.file("pw/ZEBO.NODE1").c_str(), 0755);
+        context_.errorText[0] = '\0';
+        char password[ZEBO_PSWD_BUFFER_SIZE] = "stale";
+        EXPECT_EQ(168, psReadPswd(password, &context_));
+        EXPECT_STREQ("", password);
+        std::string text = context_.errorText;
+        EXPECT_EQ(0u, text.find("QEV2519E")) << text;
+        EXPECT_NE(std::string::npos, text.find("NODE1")) << text;
+        std::vector<std::string> log = zebotest::lines(readFile(dir_.file("zeboerror.log")));
+        ASSERT_FALSE(log.empty());
+        EXPECT_NE(std::string::npos, log.back().find("==> " + text)) << log.back();
+    }
+}
+
+TEST_F(PswdFileTest, RecordCutShortStillYieldsItsCount) {
+    ASSERT_EQ(0, pszeboUpdatePswd("abcdefgh1234", &context_));
+    std::string file = readFile(dir_.file("pw/ZEBO.NODE1"));
+    // Keep the first record whole and only three bytes of the second block.
+    writeFile(dir_.file("pw/ZEBO.NODE1"), file.substr(0, 39 + 9 + 4));
+    char back[ZEBO_PSWD_BUFFER_SIZE];
+    ASSERT_EQ(0, psReadPswd(back, &context_));
+    EXPECT_EQ("abcdefgh", std::string(back, 8));
+    EXPECT_LE(strlen(back), 12u);
+}
+
+}  // namespace

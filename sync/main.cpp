@@ -1,0 +1,152 @@
+// zebosync: the catalog synchronisation utility. main brings the client
+// runtime up (locks, message repository, command line, trace object, agent
+// options and initialisation, the client API library and its environment),
+// runs the one command that does work here, SYNCdb, and leaves through
+// closeSess on every path once the message repository exists.
+//
+// The exit status is the failing step's code, a 16-bit value widened to an
+// int; the system keeps its low 8 bits, so a shell sees, for example, 255
+// for -1 and 230 for 2534.
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include <new>
+
+#include "agent/agentctx.h"
+#include "agent/errorlog.h"
+#include "agent/optfile.h"
+#include "agent/session.h"
+#include "agent/zeboinit.h"
+#include "agent/zebotrace.h"
+#include "api/drvkapidl.h"
+#include "api/psconsole.h"
+#include "common/nls/nls.h"
+#include "common/thrd/psmutex.h"
+#include "common/ut/trace.h"
+#include "sync/closesess.h"
+#include "sync/cmdline.h"
+#include "sync/cmdopts.h"
+#include "sync/syncdb.h"
+
+namespace {
+
+const char kName[] = "main";
+
+// "ZEBO_OPTFILE=<path>": putenv keeps a pointer to the text, so it must
+// stay alive for the rest of the run. Room for the longest path the command
+// line takes, so that a long path is never cut to a different file's name.
+char optFileVariable[sizeof "ZEBO_OPTFILE=" + ZEBO_CMD_PATH_SIZE];
+
+// closeSess, then the trace object ended: the common tail of the failures
+// that come after the trace object exists.
+int16_t leave(AgentContext* context, int16_t rc) {
+    closeSess(context);
+    zeboEndTrace();
+    return rc;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    static AgentContext agentContext;
+    static ZeboCmdOptions cmdOptions;
+    uint32_t cmdFlags[CMD_COUNT];
+    memset(&agentContext, 0, sizeof agentContext);
+    memset(&cmdOptions, 0, sizeof cmdOptions);
+    memset(cmdFlags, 0, sizeof cmdFlags);
+    psThreadingInit(1);
+    psMutexInit(&orcMutex);
+    psMutexInit(&initMutex);
+
+    nlsObject_t* nls = newNlsGlobalObject(nullptr, 0);
+    if (!nls) {
+        psNonNlsErrorMsg("newNlsGlobalObject() failed.  No memory left.\n");
+        psMutexDestroy(&initMutex);
+        return 2534;
+    }
+    nlSetPrefix(nls, "QEV");
+
+    int16_t rc = zeboParseCmdLine(argc, argv, cmdFlags, &cmdOptions);
+    if (rc != 0) {
+        if (rc == ZEBO_RC_NO_COMMAND || rc == ZEBO_RC_BAD_OPTION) zeboShowUsage();
+        closeSess(&agentContext);
+        return rc;
+    }
+
+    fflush(stdout);
+    psClearScreen();
+    zeboShowBanner();
+
+    if (cmdOptions.optFile[0] != '\0') {
+        snprintf(optFileVariable, sizeof optFileVariable, "ZEBO_OPTFILE=%s", cmdOptions.optFile);
+        if (putenv(optFileVariable) != 0) {
+            nlMsg(2522);
+            closeSess(&agentContext);
+            return -1;
+        }
+    }
+
+    trcClass = new (std::nothrow) ZeboTrace();
+    if (!trcClass) {
+        psNonNlsErrorMsg(" %s: Error - Could not initialize Trace Object.", kName);
+        closeSess(&agentContext);
+        return -1;
+    }
+
+    rc = zeboReadOptions(&agentContext);
+    if (rc != 0) {
+        nlMsg(131);
+        nlMsg(2534);
+        nlMsg(131);
+        return leave(&agentContext, rc);
+    }
+
+    agentContext.msgMode = NL_APP_AGENT;
+    rc = zeboInit(&agentContext);
+    if (rc != 0) return leave(&agentContext, rc);
+    zeboSetTrace(&agentContext);
+
+    gRvkApiObjP = new (std::nothrow) DRvkApiDL();
+    if (!gRvkApiObjP) {
+        nlMsg(2522);
+        return leave(&agentContext, 2522);
+    }
+    rc = static_cast<int16_t>(gRvkApiObjP->Setup());
+    if (rc != 0) {
+        nlMsg(156);
+        return leave(&agentContext, rc);
+    }
+
+    rc = psDoRvkSetUp(&agentContext);
+    if (rc != 0) {
+        nlMsg(131);
+        nlMsg(2, agentContext.errorText);
+        return leave(&agentContext, rc);
+    }
+    zeboTraceBanner(&agentContext);
+
+    if (cmdFlags[CMD_SYNCDB]) {
+        rc = zeboSyncVltToRman(&agentContext, &cmdOptions);
+        if (rc != 0) {
+            closeSess(&agentContext);
+            TRACE(TR_ORCLEVEL0, " %s: Exit - zeboSyncVltToRman() failed. rc = %d\n\n", kName, rc);
+            zeboEndTrace();
+            return rc;
+        }
+    } else {
+        // The other commands pass the whole start-up and then only show the
+        // usage: this program carries none of them out.
+        if (!cmdFlags[CMD_HELP]) {
+            nlMsg(131);
+            nlMsg(102);
+            nlMsg(131);
+        }
+        zeboShowUsage();
+    }
+
+    closeSess(&agentContext);
+    TRACE(TR_ORCLEVEL1, " %s: Exit - OK\n\n", kName);
+    zeboEndTrace();
+    return 0;
+}

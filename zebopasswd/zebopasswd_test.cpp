@@ -1,0 +1,109 @@
+// Black-box runs of the built zebopasswd against a scratch installation.
+#include <gtest/gtest.h>
+#include <string.h>
+
+#include <string>
+
+#include "agent/agent_testutil.h"
+#include "agent/pswdfile.h"
+#include "testing/testutil.h"
+
+namespace {
+
+using agenttest::shellQuoted;
+using zebotest::readFile;
+using zebotest::RunResult;
+
+class ZebopasswdTest : public ::testing::Test {
+  protected:
+    ZebopasswdTest() { install_.writeZeboOpt(); }
+
+    RunResult zebopasswd(const std::string& args, const std::string& input,
+                         const std::string& env = "") {
+        return zebotest::run(
+            install_.shellPrefix() + env + " " + zebotest::binDir() + "/zebopasswd " + args, input);
+    }
+    std::string optArg() { return "-ZEBO_OPTfile=" + shellQuoted(install_.zeboOpt()); }
+    std::string twice(const std::string& password) { return password + "\n" + password + "\n"; }
+    std::string passwordFile() { return install_.path("ZEBO.NODE1"); }
+
+    agenttest::Install install_;
+};
+
+TEST_F(ZebopasswdTest, StoresAVerifiedPasswordThatTheAgentReadsBack) {
+    RunResult r = zebopasswd(optArg(), twice(agenttest::nodePassword()));
+    ASSERT_EQ(0, r.status) << r.out << r.err;
+    EXPECT_NE(std::string::npos, r.out.find(passwordFile())) << r.out;
+    // Twelve characters: the header and two records.
+    EXPECT_EQ(57, zebotest::fileSize(passwordFile()));
+
+    ASSERT_EQ(0, agenttest::loadClientLibrary());
+    AgentContext context = AgentContext();
+    strcpy(context.optValue[OPT_ZEBO_NODE], agenttest::nodeName());
+    snprintf(context.optValue[OPT_ZEBO_PSWDPATH], ZEBO_OPT_VALUE_SIZE, "%s",
+             install_.path("").c_str());
+    char password[ZEBO_PSWD_BUFFER_SIZE];
+    ASSERT_EQ(0, psReadPswd(password, &context));
+    EXPECT_STREQ(agenttest::nodePassword(), password);
+
+    // The option file may also come from ZEBO_OPTFILE, and the option name
+    // may be shortened as zebosync's.
+    EXPECT_EQ(0, zebopasswd("", twice(agenttest::nodePassword()),
+                            "ZEBO_OPTFILE=" + shellQuoted(install_.zeboOpt()))
+                     .status);
+    EXPECT_EQ(0, zebopasswd("-zebo_opt=" + shellQuoted(install_.zeboOpt()),
+                            twice(agenttest::nodePassword()))
+                     .status);
+}
+
+TEST_F(ZebopasswdTest, OldFileStaysWhenEntriesDifferOrTheLogOnFails) {
+    ASSERT_EQ(0, zebopasswd(optArg(), twice(agenttest::nodePassword())).status);
+    const std::string stored = readFile(passwordFile());
+
+    RunResult differ = zebopasswd(optArg(), "one-password\nanother-one\n");
+    EXPECT_EQ(1, differ.status);
+    EXPECT_NE(std::string::npos, differ.err.find("differ")) << differ.err;
+
+    RunResult wrong = zebopasswd(optArg(), twice("not-the-password"));
+    EXPECT_EQ(1, wrong.status);
+    EXPECT_NE(std::string::npos, wrong.err.find("log-on as node NODE1 failed")) << wrong.err;
+    EXPECT_NE(std::string::npos, wrong.err.find("rc = 137")) << wrong.err;
+
+    RunResult none = zebopasswd(optArg(), "");
+    EXPECT_EQ(1, none.status);
+    EXPECT_EQ(stored, readFile(passwordFile()));
+}
+
+TEST_F(ZebopasswdTest, LogOnIsRetriedWhileTheServerIsUnreachable) {
+    EXPECT_EQ(0,
+              zebopasswd(optArg(), twice(agenttest::nodePassword()), "RVK_FAULTS=rvkInitEx@1-4=-50")
+                  .status);
+    ASSERT_TRUE(zebotest::fileExists(passwordFile()));
+    zebotest::writeFile(passwordFile(), "old");
+    RunResult r =
+        zebopasswd(optArg(), twice(agenttest::nodePassword()), "RVK_FAULTS=rvkInitEx@1-5=-50");
+    EXPECT_EQ(1, r.status);
+    EXPECT_NE(std::string::npos, r.err.find("rc = -50")) << r.err;
+    EXPECT_EQ("old", readFile(passwordFile()));
+}
+
+TEST_F(ZebopasswdTest, UnusableCommandLinesAndOptionFilesAreRefused) {
+    for (const char* args : {"-x", "-ZEBO_OPTfile=", "-ZEBO=x", "a b"}) {
+        SCOPED_TRACE(args);
+        RunResult r = zebopasswd(args, twice("pw"));
+        EXPECT_EQ(2, r.status);
+        EXPECT_NE(std::string::npos, r.err.find("usage: zebopasswd [-ZEBO_OPTfile=PATH]"));
+    }
+    RunResult missing =
+        zebopasswd("-ZEBO_OPTfile=" + shellQuoted(install_.path("none.opt")), twice("pw"));
+    EXPECT_EQ(1, missing.status);
+    EXPECT_NE(std::string::npos, missing.err.find(install_.path("none.opt"))) << missing.err;
+
+    install_.writeZeboOpt("", false);
+    RunResult noNode = zebopasswd(optArg(), twice("pw"));
+    EXPECT_EQ(1, noNode.status);
+    EXPECT_NE(std::string::npos, noNode.err.find("neither ZEBO_NODE nor ZEBO_OWNER"));
+    EXPECT_FALSE(zebotest::fileExists(passwordFile()));
+}
+
+}  // namespace
