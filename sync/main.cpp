@@ -19,6 +19,7 @@
 #include "agent/session.h"
 #include "agent/zeboinit.h"
 #include "agent/zebotrace.h"
+#include "api/drvkapi.h"
 #include "api/drvkapidl.h"
 #include "api/psconsole.h"
 #include "common/nls/nls.h"
@@ -105,6 +106,9 @@ int main(int argc, char** argv) {
     agentContext.msgMode = NL_APP_AGENT;
     rc = zeboInit(&agentContext);
     if (rc != 0) return leave(&agentContext, rc);
+    // Texts of failed server calls that the API wrapper looks up go to the
+    // error log too.
+    apiActivityLogSink = nlAppendErrorLog;
     zeboSetTrace(&agentContext);
 
     gRvkApiObjP = new (std::nothrow) DRvkApiDL();

@@ -60,7 +60,9 @@ const Text kTexts[] = {
     {RVK_RC_AUTH_FAILURE, 'E', "Authentication failed: the node name or the password is not valid."},
     {RVK_RC_UNKNOWN_RC, 'E', "The return code is not one of this library's codes."},
     {RVK_RC_NO_STORED_PASSWORD, 'E',
-     "PASSWORDACCESS is GENERATE but no password is stored for the node; store one with vltadm node passwd."},
+     "No password is stored for the node: with PASSWORDACCESS GENERATE store one with "
+     "vltadm node passwd; an agent that logs on with its own node name keeps it in its "
+     "password file (zebopasswd)."},
     {RVK_RC_FS_ALREADY_REGISTERED, 'W', "The file space is already registered."},
     {RVK_RC_MORE_DATA, 'I', "More data is available."},
     {RVK_RC_CHECK_REASON_CODE, 'W', "The transaction was not committed; the reason code tells why."},

@@ -129,6 +129,11 @@ int nlInit(const char* msgFile, int cacheLimit, const char* errorLog, const char
 
     setCodePageSwitches();
     if (obj->initialised) {
+        // The program opens the repository before its options are read, with
+        // a bare log name; the second call knows the log directory, so the
+        // error log moves there.
+        if (errorLog && *errorLog)
+            snprintf(obj->errorLogName, sizeof obj->errorLogName, "%s", errorLog);
         setFormats(dateFmt, timeFmt, numberFmt);
         return 0;
     }
