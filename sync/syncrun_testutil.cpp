@@ -59,7 +59,8 @@ std::string Scratch::command(const std::string& environment) const {
     // The trace keeps the SQL*Plus scripts (ORCLEVEL2), and they hold the
     // catalog password: keep them in the scratch folder, not in /tmp.
     return install_.shellPrefix() + "SQLPLUS_SIM_DIR=" + shellQuoted(install_.path("")) +
-           " TMPDIR=" + shellQuoted(install_.path("")) + " " + environment + " zebosync syncdb -ZEBO_OPTfile=" + shellQuoted(install_.zeboOpt());
+           " TMPDIR=" + shellQuoted(install_.path("")) + " " + environment +
+           " zebosync syncdb -ZEBO_OPTfile=" + shellQuoted(install_.zeboOpt());
 }
 
 std::string Scratch::catalogAnswers() {

@@ -35,7 +35,9 @@ TempDir::~TempDir() {
     }
 }
 
-std::string TempDir::file(const std::string& name) const { return path_ + "/" + name; }
+std::string TempDir::file(const std::string& name) const {
+    return path_ + "/" + name;
+}
 
 std::string readFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
@@ -96,20 +98,35 @@ RunResult run(const std::string& command, const std::string& input) {
         struct pollfd fds[3];
         int n = 0;
         int outIdx = -1, errIdx = -1, inIdx = -1;
-        if (outOpen) { fds[n] = {out[0], POLLIN, 0}; outIdx = n++; }
-        if (errOpen) { fds[n] = {err[0], POLLIN, 0}; errIdx = n++; }
-        if (in[1] >= 0) { fds[n] = {in[1], POLLOUT, 0}; inIdx = n++; }
+        if (outOpen) {
+            fds[n] = {out[0], POLLIN, 0};
+            outIdx = n++;
+        }
+        if (errOpen) {
+            fds[n] = {err[0], POLLIN, 0};
+            errIdx = n++;
+        }
+        if (in[1] >= 0) {
+            fds[n] = {in[1], POLLOUT, 0};
+            inIdx = n++;
+        }
         if (poll(fds, n, -1) < 0) {
             if (errno == EINTR) continue;
             break;
         }
         if (outIdx >= 0 && fds[outIdx].revents) {
             ssize_t k = read(out[0], buf, sizeof buf);
-            if (k <= 0) outOpen = false; else r.out.append(buf, k);
+            if (k <= 0)
+                outOpen = false;
+            else
+                r.out.append(buf, k);
         }
         if (errIdx >= 0 && fds[errIdx].revents) {
             ssize_t k = read(err[0], buf, sizeof buf);
-            if (k <= 0) errOpen = false; else r.err.append(buf, k);
+            if (k <= 0)
+                errOpen = false;
+            else
+                r.err.append(buf, k);
         }
         if (inIdx >= 0 && fds[inIdx].revents) {
             ssize_t k = write(in[1], input.data() + sent, input.size() - sent);
@@ -130,11 +147,21 @@ RunResult run(const std::string& command, const std::string& input) {
     return r;
 }
 
-std::string binDir() { return ZEBO_BINARY_DIR "/bin"; }
-std::string libDir() { return ZEBO_BINARY_DIR "/lib"; }
-std::string testBinDir() { return ZEBO_BINARY_DIR "/testbin"; }
-std::string catalogDir() { return ZEBO_BINARY_DIR "/catalogs"; }
-std::string sourceDir() { return ZEBO_SOURCE_DIR; }
+std::string binDir() {
+    return ZEBO_BINARY_DIR "/bin";
+}
+std::string libDir() {
+    return ZEBO_BINARY_DIR "/lib";
+}
+std::string testBinDir() {
+    return ZEBO_BINARY_DIR "/testbin";
+}
+std::string catalogDir() {
+    return ZEBO_BINARY_DIR "/catalogs";
+}
+std::string sourceDir() {
+    return ZEBO_SOURCE_DIR;
+}
 
 std::vector<std::string> lines(const std::string& text) {
     std::vector<std::string> v;

@@ -12,7 +12,7 @@ namespace zebotest {
 // A fresh folder under the system's temporary directory, removed with all its
 // contents when the object goes away (unless ZEBO_KEEP_TEST_DIRS is set).
 class TempDir {
-public:
+  public:
     TempDir();
     ~TempDir();
     TempDir(const TempDir&) = delete;
@@ -21,7 +21,7 @@ public:
     // path() + "/" + name
     std::string file(const std::string& name) const;
 
-private:
+  private:
     std::string path_;
 };
 

@@ -101,7 +101,8 @@ extern "C" int16_t rvkQueryCliOptions(rvkCliOptions* out) {
     rvkCliOptions r;
     memset(&r, 0, sizeof r);
     r.stVersion = RVK_CLIOPTIONS_VERSION;
-    if (!copyField(r.apiDir, sizeof r.apiDir, env.apiDir) || !copyField(r.optFile, sizeof r.optFile, env.optFile) ||
+    if (!copyField(r.apiDir, sizeof r.apiDir, env.apiDir) ||
+        !copyField(r.optFile, sizeof r.optFile, env.optFile) ||
         !copyField(r.serverName, sizeof r.serverName, o.serverName) ||
         !copyField(r.serverAddress, sizeof r.serverAddress, o.repository) ||
         !copyField(r.nodeName, sizeof r.nodeName, o.nodeName))

@@ -16,7 +16,8 @@ Rc deliver(Session& s, rvkDataBlk* b) {
     for (;;) {
         if (!g.chunkLoaded) {
             bool found = false;
-            if (Rc rc = s.store->readData(g.current, g.seq, g.chunk, found)) return storeFailure(s, rc, "read data");
+            if (Rc rc = s.store->readData(g.current, g.seq, g.chunk, found))
+                return storeFailure(s, rc, "read data");
             if (!found) return RVK_RC_FINISHED;
             g.chunkLoaded = true;
             g.offset = 0;
@@ -33,7 +34,8 @@ Rc deliver(Session& s, rvkDataBlk* b) {
             if (g.chunkLoaded) return RVK_RC_MORE_DATA;
             // The buffer is full exactly at a chunk's end: is there more?
             bool found = false;
-            if (Rc rc = s.store->readData(g.current, g.seq, g.chunk, found)) return storeFailure(s, rc, "read data");
+            if (Rc rc = s.store->readData(g.current, g.seq, g.chunk, found))
+                return storeFailure(s, rc, "read data");
             if (!found) return RVK_RC_FINISHED;
             g.chunkLoaded = true;
             g.offset = 0;
@@ -61,7 +63,8 @@ Rc ownObject(Session& s, uint64_t id) {
 
 }  // namespace
 
-extern "C" int16_t rvkBeginGetData(uint32_t handle, uint8_t mountWait, uint8_t getType, rvkGetList* list) {
+extern "C" int16_t rvkBeginGetData(uint32_t handle, uint8_t mountWait, uint8_t getType,
+                                   rvkGetList* list) {
     RVK_ENTRY(BeginGetData);
     (void)mountWait;  // nothing to mount
     SessionRef s(handle);

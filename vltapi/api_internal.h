@@ -16,7 +16,9 @@ namespace vlt {
 Rc loadOptions(const std::string& optFile, const char* optString, Options& o);
 
 // Checks a NUL-terminated string argument against a maximum length.
-inline bool fits(const char* s, size_t max) { return s == nullptr || boundedLen(s, max) <= max; }
+inline bool fits(const char* s, size_t max) {
+    return s == nullptr || boundedLen(s, max) <= max;
+}
 
 // Starts one counted operation of the open transaction (delete, send,
 // rename, update): checks the state and the server's maximum, and takes the

@@ -31,7 +31,8 @@ Rc logOn(uint32_t* handle, const LogOnInput& in, rvkInitExOut* out) {
         !fits(in.password, RVK_PASSWORD_MAX) || !fits(in.appType, RVK_APP_TYPE_MAX) ||
         !fits(in.optFile, RVK_PATH_LEN - 1) || !fits(in.options, kOptionStringMax))
         return RVK_RC_STRING_TOO_LONG;
-    if ((in.userName && *in.userName) || (in.userPassword && *in.userPassword)) return RVK_RC_INVALID_ARGUMENT;
+    if ((in.userName && *in.userName) || (in.userPassword && *in.userPassword))
+        return RVK_RC_INVALID_ARGUMENT;
 
     Options o;
     std::string optPath = in.optFile && *in.optFile ? in.optFile : env.optFile;
@@ -64,9 +65,11 @@ Rc logOn(uint32_t* handle, const LogOnInput& in, rvkInitExOut* out) {
         clientLog("log-on: " + err);
         return rc;
     }
-    if (Rc rc = s->store->readSettings(s->settings)) return storeFailure(*s, rc, "log-on: read settings");
+    if (Rc rc = s->store->readSettings(s->settings))
+        return storeFailure(*s, rc, "log-on: read settings");
     bool found = false, ok = false;
-    if (Rc rc = s->store->findNode(nodeName, s->node, found)) return storeFailure(*s, rc, "log-on: find node");
+    if (Rc rc = s->store->findNode(nodeName, s->node, found))
+        return storeFailure(*s, rc, "log-on: find node");
     if (found) {
         if (Rc rc = checkNodePassword(s->node, password, ok)) return rc;
     }
@@ -75,10 +78,10 @@ Rc logOn(uint32_t* handle, const LogOnInput& in, rvkInitExOut* out) {
         return RVK_RC_AUTH_FAILURE;
     }
     // A set time of 0 is a password the administrator expired.
-    s->passwordExpired = s->node.pwSetTime == 0 ||
-                         (s->settings.passExpDays > 0 &&
-                          static_cast<int64_t>(time(nullptr)) - s->node.pwSetTime >
-                              static_cast<int64_t>(s->settings.passExpDays) * 86400);
+    s->passwordExpired =
+        s->node.pwSetTime == 0 ||
+        (s->settings.passExpDays > 0 && static_cast<int64_t>(time(nullptr)) - s->node.pwSetTime >
+                                            static_cast<int64_t>(s->settings.passExpDays) * 86400);
     s->options = o;
     s->options.nodeName = nodeName;
     s->apiDir = env.apiDir;
@@ -105,19 +108,23 @@ extern "C" int16_t rvkInitEx(uint32_t* handle, rvkInitExIn* in, rvkInitExOut* ou
     RVK_ENTRY(InitEx);
     if (!handle || !in || !out) return RVK_RC_NULL_POINTER;
     *handle = 0;
-    if (in->stVersion != RVK_INITEXIN_VERSION || out->stVersion != RVK_INITEXOUT_VERSION) return RVK_RC_BAD_STVERSION;
-    if (in->apiVersionEx && in->apiVersionEx->stVersion != RVK_APIVERSIONEX_VERSION) return RVK_RC_BAD_STVERSION;
-    LogOnInput li{in->nodeName, in->ownerName, in->password, in->userName,
-                  in->userPassword, in->appType, in->optFile, in->options};
+    if (in->stVersion != RVK_INITEXIN_VERSION || out->stVersion != RVK_INITEXOUT_VERSION)
+        return RVK_RC_BAD_STVERSION;
+    if (in->apiVersionEx && in->apiVersionEx->stVersion != RVK_APIVERSIONEX_VERSION)
+        return RVK_RC_BAD_STVERSION;
+    LogOnInput li{in->nodeName,     in->ownerName, in->password, in->userName,
+                  in->userPassword, in->appType,   in->optFile,  in->options};
     return logOn(handle, li, out);
 }
 
-extern "C" int16_t rvkInit(uint32_t* handle, rvkApiVersion* clientVersion, char* nodeName, char* ownerName,
-                           char* password, char* appType, char* optFile, char* options) {
+extern "C" int16_t rvkInit(uint32_t* handle, rvkApiVersion* clientVersion, char* nodeName,
+                           char* ownerName, char* password, char* appType, char* optFile,
+                           char* options) {
     RVK_ENTRY(Init);
     if (!handle) return RVK_RC_NULL_POINTER;
     *handle = 0;
-    if (clientVersion && clientVersion->stVersion != RVK_APIVERSION_VERSION) return RVK_RC_BAD_STVERSION;
+    if (clientVersion && clientVersion->stVersion != RVK_APIVERSION_VERSION)
+        return RVK_RC_BAD_STVERSION;
     LogOnInput li{nodeName, ownerName, password, nullptr, nullptr, appType, optFile, options};
     return logOn(handle, li, nullptr);
 }
@@ -138,7 +145,8 @@ extern "C" int16_t rvkChangePW(uint32_t handle, char* oldPW, char* newPW) {
     SessionRef s(handle, true);
     if (s.rc()) return s.rc();
     if (!oldPW || !newPW) return RVK_RC_NULL_POINTER;
-    if (!fits(oldPW, RVK_PASSWORD_MAX) || !fits(newPW, RVK_PASSWORD_MAX)) return RVK_RC_STRING_TOO_LONG;
+    if (!fits(oldPW, RVK_PASSWORD_MAX) || !fits(newPW, RVK_PASSWORD_MAX))
+        return RVK_RC_STRING_TOO_LONG;
     if (s->state != State::Idle) return RVK_RC_WRONG_STATE;
     std::string oldPassword(oldPW), newPassword(newPW);
     if (!validPassword(newPassword) || newPassword == oldPassword) return RVK_RC_PASSWORD_INVALID;
@@ -175,7 +183,8 @@ extern "C" int16_t rvkChangePW(uint32_t handle, char* oldPW, char* newPW) {
     }
     if (rc) {
         store.rollback();
-        if (fileWritten) writeStoredPassword(passwordDirectory(s->options), node.name, oldPassword, err);
+        if (fileWritten)
+            writeStoredPassword(passwordDirectory(s->options), node.name, oldPassword, err);
         return rc;
     }
     s->node = node;
@@ -192,7 +201,8 @@ extern "C" int16_t rvkQuerySessInfo(uint32_t handle, rvkSessInfo* info) {
     // Outside a transaction the settings are read afresh, so that a change
     // by the administrator shows at once.
     if (s->state == State::Idle) {
-        if (Rc rc = s->store->readSettings(s->settings)) return storeFailure(*s, rc, "session information");
+        if (Rc rc = s->store->readSettings(s->settings))
+            return storeFailure(*s, rc, "session information");
     }
     const ServerSettings& st = s->settings;
     rvkSessInfo r;
@@ -241,7 +251,8 @@ extern "C" int16_t rvkQuerySessOptions(uint32_t handle, rvkSessOptions* options)
     r.stVersion = RVK_SESSOPTIONS_VERSION;
     copyTruncated(r.apiDir, sizeof r.apiDir, s->apiDir);
     copyTruncated(r.optFile, sizeof r.optFile, o.optFile);
-    copyTruncated(r.serverName, sizeof r.serverName, o.serverName.empty() ? s->settings.serverName : o.serverName);
+    copyTruncated(r.serverName, sizeof r.serverName,
+                  o.serverName.empty() ? s->settings.serverName : o.serverName);
     r.commMethod = 0;
     copyTruncated(r.serverAddress, sizeof r.serverAddress, o.repository);
     copyTruncated(r.nodeName, sizeof r.nodeName, s->node.name);

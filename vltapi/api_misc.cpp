@@ -19,12 +19,14 @@ extern "C" int16_t rvkLogEventEx(uint32_t handle, rvkLogEventIn* in, rvkLogEvent
     if (in->stVersion != RVK_LOGEVENTIN_VERSION) return RVK_RC_BAD_STVERSION;
     if (out && out->stVersion != RVK_LOGEVENTOUT_VERSION) return RVK_RC_BAD_STVERSION;
     if (in->severity > RVK_SEV_SEVERE || in->logType > RVK_LOG_BOTH) return RVK_RC_INVALID_ARGUMENT;
-    if (strnlen(in->appMsgId, sizeof in->appMsgId) >= sizeof in->appMsgId || !fits(in->message, kEventTextMax))
+    if (strnlen(in->appMsgId, sizeof in->appMsgId) >= sizeof in->appMsgId ||
+        !fits(in->message, kEventTextMax))
         return RVK_RC_STRING_TOO_LONG;
     int64_t now = nowDate();
     std::string text = in->message;
     while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) text.pop_back();
-    if (in->logType == RVK_LOG_CLIENT || in->logType == RVK_LOG_BOTH) clientLog(s->node.name + ": " + text);
+    if (in->logType == RVK_LOG_CLIENT || in->logType == RVK_LOG_BOTH)
+        clientLog(s->node.name + ": " + text);
     if (in->logType == RVK_LOG_SERVER || in->logType == RVK_LOG_BOTH) {
         ActLogRecord a;
         a.date = now;
@@ -44,7 +46,8 @@ extern "C" int16_t rvkLogEventEx(uint32_t handle, rvkLogEventIn* in, rvkLogEvent
     return RVK_RC_OK;
 }
 
-extern "C" int16_t rvkSetAccess(uint32_t handle, uint8_t accessType, rvkObjName* objName, char* node, char* owner) {
+extern "C" int16_t rvkSetAccess(uint32_t handle, uint8_t accessType, rvkObjName* objName,
+                                char* node, char* owner) {
     RVK_ENTRY(SetAccess);
     (void)accessType;
     (void)node;
@@ -76,7 +79,8 @@ extern "C" int16_t rvkDeleteAccess(uint32_t handle, uint32_t ruleNumber) {
 extern "C" int16_t rvkGroupHandler(rvkGroupHandlerIn* in, rvkGroupHandlerOut* out) {
     RVK_ENTRY(GroupHandler);
     if (!in || !out) return RVK_RC_NULL_POINTER;
-    if (in->stVersion != RVK_GROUPIN_VERSION || out->stVersion != RVK_GROUPOUT_VERSION) return RVK_RC_BAD_STVERSION;
+    if (in->stVersion != RVK_GROUPIN_VERSION || out->stVersion != RVK_GROUPOUT_VERSION)
+        return RVK_RC_BAD_STVERSION;
     SessionRef s(in->handle);
     if (s.rc()) return s.rc();
     return RVK_RC_NOT_SUPPORTED;

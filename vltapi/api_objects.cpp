@@ -8,12 +8,16 @@
 
 namespace vlt {
 
-static bool fieldFits(const char* field, size_t size) { return strnlen(field, size) < size; }
+static bool fieldFits(const char* field, size_t size) {
+    return strnlen(field, size) < size;
+}
 
 Rc checkExactName(const rvkObjName& n) {
-    if (!fieldFits(n.fs, sizeof n.fs) || !fieldFits(n.hl, sizeof n.hl) || !fieldFits(n.ll, sizeof n.ll))
+    if (!fieldFits(n.fs, sizeof n.fs) || !fieldFits(n.hl, sizeof n.hl) ||
+        !fieldFits(n.ll, sizeof n.ll))
         return RVK_RC_STRING_TOO_LONG;
-    if (hasWildcard(n.fs) || hasWildcard(n.hl) || hasWildcard(n.ll)) return RVK_RC_WILDCARD_NOT_ALLOWED;
+    if (hasWildcard(n.fs) || hasWildcard(n.hl) || hasWildcard(n.ll))
+        return RVK_RC_WILDCARD_NOT_ALLOWED;
     if (!n.fs[0] || !n.ll[0]) return RVK_RC_INVALID_ARGUMENT;
     if (n.objType != RVK_OBJ_FILE && n.objType != RVK_OBJ_DIRECTORY) return RVK_RC_INVALID_ARGUMENT;
     return RVK_RC_OK;
@@ -21,7 +25,8 @@ Rc checkExactName(const rvkObjName& n) {
 
 Rc findFs(Session& s, const std::string& name, FsRecord& fs) {
     bool found = false;
-    if (Rc rc = s.store->findFileSpace(s.node.id, name, fs, found)) return storeFailure(s, rc, "find file space");
+    if (Rc rc = s.store->findFileSpace(s.node.id, name, fs, found))
+        return storeFailure(s, rc, "find file space");
     if (!found) return RVK_RC_FS_NOT_REGISTERED;
     s.fsNames[fs.id] = fs.name;
     return RVK_RC_OK;
@@ -130,10 +135,11 @@ extern "C" int16_t rvkUpdateFS(uint32_t handle, char* fsName, rvkFSUpd* upd, uin
     if (s->state != State::Idle) return RVK_RC_WRONG_STATE;
     if (!fsName || !upd) return RVK_RC_NULL_POINTER;
     if (upd->stVersion != RVK_FSUPD_VERSION) return RVK_RC_BAD_STVERSION;
-    const uint32_t all = RVK_FSUPD_FSTYPE | RVK_FSUPD_FSINFO | RVK_FSUPD_BACKSTARTDATE | RVK_FSUPD_BACKCOMPLETEDATE |
-                         RVK_FSUPD_OCCUPANCY | RVK_FSUPD_CAPACITY;
+    const uint32_t all = RVK_FSUPD_FSTYPE | RVK_FSUPD_FSINFO | RVK_FSUPD_BACKSTARTDATE |
+                         RVK_FSUPD_BACKCOMPLETEDATE | RVK_FSUPD_OCCUPANCY | RVK_FSUPD_CAPACITY;
     if (action == 0 || (action & ~all)) return RVK_RC_INVALID_ARGUMENT;
-    if (!fits(fsName, RVK_FS_NAME_MAX) || !fits(upd->fsType, RVK_FS_TYPE_MAX) || upd->fsInfoLen > RVK_FS_INFO_MAX)
+    if (!fits(fsName, RVK_FS_NAME_MAX) || !fits(upd->fsType, RVK_FS_TYPE_MAX) ||
+        upd->fsInfoLen > RVK_FS_INFO_MAX)
         return RVK_RC_STRING_TOO_LONG;
     Session& ss = *s;
     std::string name = fsName;
@@ -158,7 +164,8 @@ extern "C" int16_t rvkDeleteFS(uint32_t handle, char* fsName, uint8_t repository
     if (!fsName) return RVK_RC_NULL_POINTER;
     if (!fits(fsName, RVK_FS_NAME_MAX)) return RVK_RC_STRING_TOO_LONG;
     if (repository == RVK_REPOS_ARCHIVE) return RVK_RC_NOT_SUPPORTED;
-    if (repository != RVK_REPOS_BACKUP && repository != RVK_REPOS_ALL) return RVK_RC_INVALID_ARGUMENT;
+    if (repository != RVK_REPOS_BACKUP && repository != RVK_REPOS_ALL)
+        return RVK_RC_INVALID_ARGUMENT;
     if (hasWildcard(fsName)) return RVK_RC_WILDCARD_NOT_ALLOWED;
     if (!s->node.backDel) return RVK_RC_DELETE_NOT_ALLOWED;
     Session& ss = *s;
@@ -178,7 +185,8 @@ extern "C" int16_t rvkDeleteFS(uint32_t handle, char* fsName, uint8_t repository
     });
 }
 
-extern "C" int16_t rvkBindMC(uint32_t handle, rvkObjName* objName, uint8_t sendType, rvkMcBindKey* key) {
+extern "C" int16_t rvkBindMC(uint32_t handle, rvkObjName* objName, uint8_t sendType,
+                             rvkMcBindKey* key) {
     RVK_ENTRY(BindMC);
     SessionRef s(handle);
     if (s.rc()) return s.rc();
@@ -196,8 +204,8 @@ extern "C" int16_t rvkBindMC(uint32_t handle, rvkObjName* objName, uint8_t sendT
     return RVK_RC_OK;
 }
 
-extern "C" int16_t rvkSendObj(uint32_t handle, uint8_t sendType, void* sendBuff, rvkObjName* objName,
-                              rvkObjAttr* objAttr, rvkDataBlk* dataBlk) {
+extern "C" int16_t rvkSendObj(uint32_t handle, uint8_t sendType, void* sendBuff,
+                              rvkObjName* objName, rvkObjAttr* objAttr, rvkDataBlk* dataBlk) {
     RVK_ENTRY(SendObj);
     SessionRef s(handle);
     if (s.rc()) return s.rc();
@@ -253,7 +261,8 @@ extern "C" int16_t rvkEndSendObj(uint32_t handle) {
 extern "C" int16_t rvkEndSendObjEx(rvkEndSendObjExIn* in, rvkEndSendObjExOut* out) {
     RVK_ENTRY(EndSendObjEx);
     if (!in || !out) return RVK_RC_NULL_POINTER;
-    if (in->stVersion != RVK_ENDSENDOBJEXIN_VERSION || out->stVersion != RVK_ENDSENDOBJEXOUT_VERSION)
+    if (in->stVersion != RVK_ENDSENDOBJEXIN_VERSION ||
+        out->stVersion != RVK_ENDSENDOBJEXOUT_VERSION)
         return RVK_RC_BAD_STVERSION;
     SessionRef s(in->handle);
     if (s.rc()) return s.rc();
@@ -282,7 +291,8 @@ extern "C" int16_t rvkRenameObj(uint32_t handle, rvkRenameIn* in) {
     if (Rc rc = checkExactName(*in->objName)) return failTxn(ss, rc);
     if (!fieldFits(in->newHl, sizeof in->newHl) || !fieldFits(in->newLl, sizeof in->newLl))
         return failTxn(ss, RVK_RC_STRING_TOO_LONG);
-    if (hasWildcard(in->newHl) || hasWildcard(in->newLl)) return failTxn(ss, RVK_RC_WILDCARD_NOT_ALLOWED);
+    if (hasWildcard(in->newHl) || hasWildcard(in->newLl))
+        return failTxn(ss, RVK_RC_WILDCARD_NOT_ALLOWED);
     if (!in->newLl[0]) return failTxn(ss, RVK_RC_INVALID_ARGUMENT);
     if (Rc rc = beginTxnOperation(ss)) return rc;
     FsRecord fs;
@@ -291,7 +301,8 @@ extern "C" int16_t rvkRenameObj(uint32_t handle, rvkRenameIn* in) {
     bool found = false;
     if (Rc rc = ss.store->findObject(u64FromRvk(in->objId), o, found))
         return failTxn(ss, storeFailure(ss, rc, "rename: find"));
-    if (!found || o.nodeId != ss.node.id || o.fsId != fs.id || o.hl != in->objName->hl || o.ll != in->objName->ll)
+    if (!found || o.nodeId != ss.node.id || o.fsId != fs.id || o.hl != in->objName->hl ||
+        o.ll != in->objName->ll)
         return failTxn(ss, RVK_RC_OBJ_NOT_FOUND);
     std::string newHl = in->newHl, newLl = in->newLl;
     if (o.state == RVK_STATE_ACTIVE) {
@@ -303,7 +314,8 @@ extern "C" int16_t rvkRenameObj(uint32_t handle, rvkRenameIn* in) {
             if (!in->merge) return failTxn(ss, RVK_RC_NAME_EXISTS);
             other.state = RVK_STATE_INACTIVE;
             other.deactDate = nowDate();
-            if (Rc rc = ss.store->updateObject(other)) return failTxn(ss, storeFailure(ss, rc, "rename: merge"));
+            if (Rc rc = ss.store->updateObject(other))
+                return failTxn(ss, storeFailure(ss, rc, "rename: merge"));
         }
     }
     o.hl = newHl;
@@ -313,8 +325,8 @@ extern "C" int16_t rvkRenameObj(uint32_t handle, rvkRenameIn* in) {
 }
 
 #ifndef RVK_OMIT_UPDATEOBJ
-extern "C" int16_t rvkUpdateObj(uint32_t handle, uint8_t sendType, void* sendBuff, rvkObjName* objName,
-                                rvkObjAttr* objAttr, uint32_t action) {
+extern "C" int16_t rvkUpdateObj(uint32_t handle, uint8_t sendType, void* sendBuff,
+                                rvkObjName* objName, rvkObjAttr* objAttr, uint32_t action) {
     RVK_ENTRY(UpdateObj);
     SessionRef s(handle);
     if (s.rc()) return s.rc();
@@ -330,7 +342,8 @@ extern "C" int16_t rvkUpdateObj(uint32_t handle, uint8_t sendType, void* sendBuf
     if (action & RVK_UPDOBJ_MC) {
         // There is one management class: the server's default.
         if (!objAttr->mcName) return failTxn(ss, RVK_RC_NULL_POINTER);
-        if (upper(objAttr->mcName) != upper(ss.settings.mgmtClass)) return failTxn(ss, RVK_RC_INVALID_ARGUMENT);
+        if (upper(objAttr->mcName) != upper(ss.settings.mgmtClass))
+            return failTxn(ss, RVK_RC_INVALID_ARGUMENT);
     }
     if (Rc rc = beginTxnOperation(ss)) return rc;
     FsRecord fs;
@@ -341,7 +354,8 @@ extern "C" int16_t rvkUpdateObj(uint32_t handle, uint8_t sendType, void* sendBuf
         return failTxn(ss, storeFailure(ss, rc, "update: find"));
     if (!found) return failTxn(ss, RVK_RC_NO_MATCH);
     if (action & RVK_UPDOBJ_OWNER) o.owner = objAttr->owner;
-    if (action & RVK_UPDOBJ_OBJINFO) o.info.assign(objAttr->objInfo ? objAttr->objInfo : "", objAttr->objInfoLen);
+    if (action & RVK_UPDOBJ_OBJINFO)
+        o.info.assign(objAttr->objInfo ? objAttr->objInfo : "", objAttr->objInfoLen);
     if (action & RVK_UPDOBJ_MC) o.mc = ss.settings.mgmtClass;
     if (Rc rc = ss.store->updateObject(o)) return failTxn(ss, storeFailure(ss, rc, "update"));
     return RVK_RC_OK;

@@ -8,7 +8,9 @@ using namespace vlt;
 
 namespace {
 
-bool fieldFits(const char* field, size_t size) { return strnlen(field, size) < size; }
+bool fieldFits(const char* field, size_t size) {
+    return strnlen(field, size) < size;
+}
 
 void fillFsResponse(const FsRecord& f, rvkQryRespFS* r) {
     memset(r, 0, sizeof *r);
@@ -48,7 +50,8 @@ void fillBackupResponse(const ObjectRecord& o, const std::string& fsName, rvkQry
 // The node's file spaces whose names match `pattern`.
 Rc matchingFileSpaces(Session& s, const std::string& pattern, std::vector<FsRecord>& out) {
     std::vector<FsRecord> all;
-    if (Rc rc = s.store->listFileSpaces(s.node.id, all)) return storeFailure(s, rc, "query: file spaces");
+    if (Rc rc = s.store->listFileSpaces(s.node.id, all))
+        return storeFailure(s, rc, "query: file spaces");
     out.clear();
     for (auto& f : all)
         if (wildcardMatch(pattern, f.name)) out.push_back(f);
@@ -59,10 +62,11 @@ Rc beginBackupQuery(Session& s, rvkQryBackupData* q) {
     if (q->stVersion != RVK_QRYBACKUPDATA_VERSION) return RVK_RC_BAD_STVERSION;
     if (!q->objName) return RVK_RC_NULL_POINTER;
     const rvkObjName& n = *q->objName;
-    if (!fieldFits(n.fs, sizeof n.fs) || !fieldFits(n.hl, sizeof n.hl) || !fieldFits(n.ll, sizeof n.ll) ||
-        !fits(q->owner, RVK_OWNER_NAME_MAX))
+    if (!fieldFits(n.fs, sizeof n.fs) || !fieldFits(n.hl, sizeof n.hl) ||
+        !fieldFits(n.ll, sizeof n.ll) || !fits(q->owner, RVK_OWNER_NAME_MAX))
         return RVK_RC_STRING_TOO_LONG;
-    if (q->objState != RVK_STATE_ACTIVE && q->objState != RVK_STATE_INACTIVE && q->objState != RVK_STATE_ANY)
+    if (q->objState != RVK_STATE_ACTIVE && q->objState != RVK_STATE_INACTIVE &&
+        q->objState != RVK_STATE_ANY)
         return RVK_RC_INVALID_ARGUMENT;
     if (n.objType != RVK_OBJ_FILE && n.objType != RVK_OBJ_DIRECTORY && n.objType != RVK_OBJ_ANY)
         return RVK_RC_INVALID_ARGUMENT;
@@ -115,7 +119,8 @@ Rc nextBackup(Session& s, rvkQryRespBackup* r) {
             }
             ObjectQuery oq = q.base;
             oq.fsId = q.fileSpaces[q.fsIndex].id;
-            if (Rc rc = s.store->openObjects(oq, q.cursor)) return storeFailure(s, rc, "query: open");
+            if (Rc rc = s.store->openObjects(oq, q.cursor))
+                return storeFailure(s, rc, "query: open");
         }
         bool have = false;
         if (Rc rc = q.cursor->next(o, have)) return storeFailure(s, rc, "query: next");
@@ -142,9 +147,11 @@ extern "C" int16_t rvkBeginQuery(uint32_t handle, uint8_t queryType, void* query
     if (s.rc()) return s.rc();
     if (s->state != State::Idle) return RVK_RC_WRONG_STATE;
     if (queryType == RVK_QRY_ARCHIVE) return RVK_RC_NOT_SUPPORTED;
-    if (queryType != RVK_QRY_BACKUP && queryType != RVK_QRY_FILESPACE) return RVK_RC_INVALID_ARGUMENT;
+    if (queryType != RVK_QRY_BACKUP && queryType != RVK_QRY_FILESPACE)
+        return RVK_RC_INVALID_ARGUMENT;
     if (!queryData) return RVK_RC_NULL_POINTER;
-    if (queryType == RVK_QRY_BACKUP) return beginBackupQuery(*s, static_cast<rvkQryBackupData*>(queryData));
+    if (queryType == RVK_QRY_BACKUP)
+        return beginBackupQuery(*s, static_cast<rvkQryBackupData*>(queryData));
     return beginFsQuery(*s, static_cast<rvkQryFSData*>(queryData));
 }
 

@@ -16,7 +16,8 @@ Rc failTxn(Session& s, Rc rc) {
 Rc beginTxnOperation(Session& s) {
     if (s.txnOps >= s.settings.maxObjPerTxn) return failTxn(s, RVK_RC_TXN_LIMIT);
     if (!s.store->inTransaction()) {
-        if (Rc rc = s.store->begin(true)) return failTxn(s, storeFailure(s, rc, "transaction: begin"));
+        if (Rc rc = s.store->begin(true))
+            return failTxn(s, storeFailure(s, rc, "transaction: begin"));
     }
     ++s.txnOps;
     return RVK_RC_OK;
@@ -39,7 +40,9 @@ std::string fsName(Session& s, int64_t fsId) {
 }
 
 // Reason codes are unsigned: the one negative code becomes a repository error.
-uint16_t reasonCode(Rc rc) { return static_cast<uint16_t>(rc < 0 ? RVK_RC_REPOSITORY_ERROR : rc); }
+uint16_t reasonCode(Rc rc) {
+    return static_cast<uint16_t>(rc < 0 ? RVK_RC_REPOSITORY_ERROR : rc);
+}
 
 Rc endTxn(uint32_t handle, uint8_t vote, uint16_t* reason) {
     SessionRef s(handle);
@@ -77,7 +80,8 @@ extern "C" int16_t rvkBeginTxn(uint32_t handle) {
     if (s->state != State::Idle) return RVK_RC_WRONG_STATE;
     // The maximum per transaction is read afresh: an administrator's change
     // applies from the next transaction on.
-    if (Rc rc = s->store->readSettings(s->settings)) return storeFailure(*s, rc, "transaction: settings");
+    if (Rc rc = s->store->readSettings(s->settings))
+        return storeFailure(*s, rc, "transaction: settings");
     s->txnOps = 0;
     s->txnBytes = 0;
     s->txnFailure = 0;
@@ -99,7 +103,8 @@ extern "C" int16_t rvkDeleteObj(uint32_t handle, uint8_t delType, rvkDelInfo del
     uint64_t id = (static_cast<uint64_t>(delInfo.objIdHi) << 32) | delInfo.objIdLo;
     ObjectRecord o;
     bool found = false;
-    if (Rc rc = ss.store->findObject(id, o, found)) return failTxn(ss, storeFailure(ss, rc, "delete: find"));
+    if (Rc rc = ss.store->findObject(id, o, found))
+        return failTxn(ss, storeFailure(ss, rc, "delete: find"));
     if (!found || o.nodeId != ss.node.id) {
         // Another node's object is refused exactly like a missing one: the
         // answer tells nothing about other nodes.
@@ -108,7 +113,8 @@ extern "C" int16_t rvkDeleteObj(uint32_t handle, uint8_t delType, rvkDelInfo del
         return failTxn(ss, RVK_RC_OBJ_NOT_FOUND);
     }
     bool changed = false;
-    if (Rc rc = ss.store->deleteObject(id, changed)) return failTxn(ss, storeFailure(ss, rc, "delete"));
+    if (Rc rc = ss.store->deleteObject(id, changed))
+        return failTxn(ss, storeFailure(ss, rc, "delete"));
     if (!changed) return failTxn(ss, RVK_RC_OBJ_NOT_FOUND);
     ActLogRecord a;
     a.date = nowDate();
@@ -117,7 +123,8 @@ extern "C" int16_t rvkDeleteObj(uint32_t handle, uint8_t delType, rvkDelInfo del
     a.msgId = "DELETE";
     a.text = "Deleted backup object " + std::to_string(id) + " " + fsName(ss, o.fsId) + o.hl + o.ll;
     a.objId = id;
-    if (Rc rc = ss.store->appendActLog(a)) return failTxn(ss, storeFailure(ss, rc, "delete: activity log"));
+    if (Rc rc = ss.store->appendActLog(a))
+        return failTxn(ss, storeFailure(ss, rc, "delete: activity log"));
     return RVK_RC_OK;
 }
 

@@ -20,7 +20,8 @@ bool sha256(const std::string& data, unsigned char out[32]) {
     return EVP_Digest(data.data(), data.size(), out, &len, EVP_sha256(), nullptr) == 1 && len == 32;
 }
 
-Rc cipherBlock(const unsigned char* key8, const unsigned char* in, unsigned char* out, bool encrypt) {
+Rc cipherBlock(const unsigned char* key8, const unsigned char* in, unsigned char* out,
+               bool encrypt) {
     unsigned char expanded[32];
     std::string material("rvk-block-key");
     material.append(reinterpret_cast<const char*>(key8), 8);
@@ -29,8 +30,11 @@ Rc cipherBlock(const unsigned char* key8, const unsigned char* in, unsigned char
     EVP_CIPHER_CTX* ctx = EVP_CIPHER_CTX_new();
     unsigned char result[16];
     int n = 0;
-    if (ctx && EVP_CipherInit_ex(ctx, EVP_des_ede3_ecb(), nullptr, expanded, nullptr, encrypt ? 1 : 0) == 1 &&
-        EVP_CIPHER_CTX_set_padding(ctx, 0) == 1 && EVP_CipherUpdate(ctx, result, &n, in, 8) == 1 && n == 8) {
+    if (ctx &&
+        EVP_CipherInit_ex(ctx, EVP_des_ede3_ecb(), nullptr, expanded, nullptr, encrypt ? 1 : 0) ==
+            1 &&
+        EVP_CIPHER_CTX_set_padding(ctx, 0) == 1 && EVP_CipherUpdate(ctx, result, &n, in, 8) == 1 &&
+        n == 8) {
         memcpy(out, result, 8);
         rc = RVK_RC_OK;
     }

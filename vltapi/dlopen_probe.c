@@ -11,13 +11,49 @@
 #include "rvkapi.h"
 
 static const char* const kNames[] = {
-    "rvkBeginGetData", "rvkBeginQuery", "rvkBeginTxn", "rvkBindMC", "rvkChangePW", "rvkCleanUp",
-    "rvkCreateDesKeyEx", "rvkDecryptEx", "rvkDeleteAccess", "rvkDeleteFS", "rvkDeleteObj", "rvkEncryptEx",
-    "rvkEndGetData", "rvkEndGetObj", "rvkEndQuery", "rvkEndSendObj", "rvkEndSendObjEx", "rvkEndTxn",
-    "rvkEndTxnEx", "rvkGetData", "rvkGetNextQObj", "rvkGetObj", "rvkGroupHandler", "rvkInit", "rvkInitEx",
-    "rvkLogEventEx", "rvkQueryAccess", "rvkQueryApiVersion", "rvkQueryApiVersionEx", "rvkQueryCliOptions",
-    "rvkQuerySessInfo", "rvkQuerySessOptions", "rvkRegisterFS", "rvkRenameObj", "rvkRCMsg", "rvkRCMsgEx",
-    "rvkSetAccess", "rvkSendData", "rvkSendObj", "rvkSetUp", "rvkTerminate", "rvkUpdateFS", "rvkUpdateObj",
+    "rvkBeginGetData",
+    "rvkBeginQuery",
+    "rvkBeginTxn",
+    "rvkBindMC",
+    "rvkChangePW",
+    "rvkCleanUp",
+    "rvkCreateDesKeyEx",
+    "rvkDecryptEx",
+    "rvkDeleteAccess",
+    "rvkDeleteFS",
+    "rvkDeleteObj",
+    "rvkEncryptEx",
+    "rvkEndGetData",
+    "rvkEndGetObj",
+    "rvkEndQuery",
+    "rvkEndSendObj",
+    "rvkEndSendObjEx",
+    "rvkEndTxn",
+    "rvkEndTxnEx",
+    "rvkGetData",
+    "rvkGetNextQObj",
+    "rvkGetObj",
+    "rvkGroupHandler",
+    "rvkInit",
+    "rvkInitEx",
+    "rvkLogEventEx",
+    "rvkQueryAccess",
+    "rvkQueryApiVersion",
+    "rvkQueryApiVersionEx",
+    "rvkQueryCliOptions",
+    "rvkQuerySessInfo",
+    "rvkQuerySessOptions",
+    "rvkRegisterFS",
+    "rvkRenameObj",
+    "rvkRCMsg",
+    "rvkRCMsgEx",
+    "rvkSetAccess",
+    "rvkSendData",
+    "rvkSendObj",
+    "rvkSetUp",
+    "rvkTerminate",
+    "rvkUpdateFS",
+    "rvkUpdateObj",
 };
 
 int main(int argc, char** argv) {
@@ -29,8 +65,10 @@ int main(int argc, char** argv) {
     }
     int found = 0;
     for (size_t i = 0; i < sizeof kNames / sizeof kNames[0]; ++i) {
-        if (dlsym(h, kNames[i])) ++found;
-        else printf("missing %s\n", kNames[i]);
+        if (dlsym(h, kNames[i]))
+            ++found;
+        else
+            printf("missing %s\n", kNames[i]);
     }
     printf("found %d\n", found);
     void* ver = dlsym(h, "rvkQueryApiVersionEx");

@@ -12,15 +12,52 @@ namespace vlt {
 namespace {
 
 const char* const kNames[] = {
-    "rvkBeginGetData", "rvkBeginQuery", "rvkBeginTxn", "rvkBindMC", "rvkChangePW", "rvkCleanUp",
-    "rvkCreateDesKeyEx", "rvkDecryptEx", "rvkDeleteAccess", "rvkDeleteFS", "rvkDeleteObj", "rvkEncryptEx",
-    "rvkEndGetData", "rvkEndGetObj", "rvkEndQuery", "rvkEndSendObj", "rvkEndSendObjEx", "rvkEndTxn",
-    "rvkEndTxnEx", "rvkGetData", "rvkGetNextQObj", "rvkGetObj", "rvkGroupHandler", "rvkInit", "rvkInitEx",
-    "rvkLogEventEx", "rvkQueryAccess", "rvkQueryApiVersion", "rvkQueryApiVersionEx", "rvkQueryCliOptions",
-    "rvkQuerySessInfo", "rvkQuerySessOptions", "rvkRegisterFS", "rvkRenameObj", "rvkRCMsg", "rvkRCMsgEx",
-    "rvkSetAccess", "rvkSendData", "rvkSendObj", "rvkSetUp", "rvkTerminate", "rvkUpdateFS", "rvkUpdateObj",
+    "rvkBeginGetData",
+    "rvkBeginQuery",
+    "rvkBeginTxn",
+    "rvkBindMC",
+    "rvkChangePW",
+    "rvkCleanUp",
+    "rvkCreateDesKeyEx",
+    "rvkDecryptEx",
+    "rvkDeleteAccess",
+    "rvkDeleteFS",
+    "rvkDeleteObj",
+    "rvkEncryptEx",
+    "rvkEndGetData",
+    "rvkEndGetObj",
+    "rvkEndQuery",
+    "rvkEndSendObj",
+    "rvkEndSendObjEx",
+    "rvkEndTxn",
+    "rvkEndTxnEx",
+    "rvkGetData",
+    "rvkGetNextQObj",
+    "rvkGetObj",
+    "rvkGroupHandler",
+    "rvkInit",
+    "rvkInitEx",
+    "rvkLogEventEx",
+    "rvkQueryAccess",
+    "rvkQueryApiVersion",
+    "rvkQueryApiVersionEx",
+    "rvkQueryCliOptions",
+    "rvkQuerySessInfo",
+    "rvkQuerySessOptions",
+    "rvkRegisterFS",
+    "rvkRenameObj",
+    "rvkRCMsg",
+    "rvkRCMsgEx",
+    "rvkSetAccess",
+    "rvkSendData",
+    "rvkSendObj",
+    "rvkSetUp",
+    "rvkTerminate",
+    "rvkUpdateFS",
+    "rvkUpdateObj",
 };
-static_assert(sizeof kNames / sizeof kNames[0] == static_cast<size_t>(Fn::Count), "one name per entry point");
+static_assert(sizeof kNames / sizeof kNames[0] == static_cast<size_t>(Fn::Count),
+              "one name per entry point");
 
 struct Rule {
     int fn;
@@ -66,22 +103,27 @@ void load() {
     size_t pos = 0;
     while (pos <= text.size()) {
         size_t comma = text.find(',', pos);
-        std::string item = text.substr(pos, comma == std::string::npos ? std::string::npos : comma - pos);
+        std::string item =
+            text.substr(pos, comma == std::string::npos ? std::string::npos : comma - pos);
         pos = comma == std::string::npos ? text.size() + 1 : comma + 1;
         // Blanks around items are allowed.
         while (!item.empty() && (item.front() == ' ' || item.front() == '\t')) item.erase(0, 1);
         while (!item.empty() && (item.back() == ' ' || item.back() == '\t')) item.pop_back();
         if (item.empty()) continue;
         Rule r;
-        if (parseRule(item, r)) gRules.push_back(r);
-        else fprintf(stderr, "libApiQZ: RVK_FAULTS: ignoring malformed entry '%s'\n", item.c_str());
+        if (parseRule(item, r))
+            gRules.push_back(r);
+        else
+            fprintf(stderr, "libApiQZ: RVK_FAULTS: ignoring malformed entry '%s'\n", item.c_str());
     }
     gActive = !gRules.empty();
 }
 
 }  // namespace
 
-const char* fnName(Fn fn) { return kNames[static_cast<size_t>(fn)]; }
+const char* fnName(Fn fn) {
+    return kNames[static_cast<size_t>(fn)];
+}
 
 bool faultFires(Fn fn, int16_t* rc) {
     std::call_once(gOnce, load);

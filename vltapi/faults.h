@@ -11,12 +11,50 @@ namespace vlt {
 
 // The 43 entry points, in the order of the program's lookup table.
 enum class Fn {
-    BeginGetData, BeginQuery, BeginTxn, BindMC, ChangePW, CleanUp, CreateDesKeyEx, DecryptEx,
-    DeleteAccess, DeleteFS, DeleteObj, EncryptEx, EndGetData, EndGetObj, EndQuery, EndSendObj,
-    EndSendObjEx, EndTxn, EndTxnEx, GetData, GetNextQObj, GetObj, GroupHandler, Init, InitEx,
-    LogEventEx, QueryAccess, QueryApiVersion, QueryApiVersionEx, QueryCliOptions, QuerySessInfo,
-    QuerySessOptions, RegisterFS, RenameObj, RCMsg, RCMsgEx, SetAccess, SendData, SendObj, SetUp,
-    Terminate, UpdateFS, UpdateObj, Count
+    BeginGetData,
+    BeginQuery,
+    BeginTxn,
+    BindMC,
+    ChangePW,
+    CleanUp,
+    CreateDesKeyEx,
+    DecryptEx,
+    DeleteAccess,
+    DeleteFS,
+    DeleteObj,
+    EncryptEx,
+    EndGetData,
+    EndGetObj,
+    EndQuery,
+    EndSendObj,
+    EndSendObjEx,
+    EndTxn,
+    EndTxnEx,
+    GetData,
+    GetNextQObj,
+    GetObj,
+    GroupHandler,
+    Init,
+    InitEx,
+    LogEventEx,
+    QueryAccess,
+    QueryApiVersion,
+    QueryApiVersionEx,
+    QueryCliOptions,
+    QuerySessInfo,
+    QuerySessOptions,
+    RegisterFS,
+    RenameObj,
+    RCMsg,
+    RCMsgEx,
+    SetAccess,
+    SendData,
+    SendObj,
+    SetUp,
+    Terminate,
+    UpdateFS,
+    UpdateObj,
+    Count
 };
 
 const char* fnName(Fn fn);
@@ -27,9 +65,9 @@ bool faultFires(Fn fn, int16_t* rc);
 }  // namespace vlt
 
 // First statement of every entry point that returns a code.
-#define RVK_ENTRY(name)                                        \
-    do {                                                       \
-        int16_t faultRc_ = 0;                                  \
+#define RVK_ENTRY(name)                                                 \
+    do {                                                                \
+        int16_t faultRc_ = 0;                                           \
         if (vlt::faultFires(vlt::Fn::name, &faultRc_)) return faultRc_; \
     } while (0)
 

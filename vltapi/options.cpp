@@ -23,7 +23,8 @@ static std::string resolve(const std::string& value, const std::string& baseDir)
 }
 
 static std::string unquote(const std::string& v) {
-    if (v.size() >= 2 && ((v.front() == '"' && v.back() == '"') || (v.front() == '\'' && v.back() == '\'')))
+    if (v.size() >= 2 &&
+        ((v.front() == '"' && v.back() == '"') || (v.front() == '\'' && v.back() == '\'')))
         return v.substr(1, v.size() - 2);
     return v;
 }
@@ -39,26 +40,35 @@ static std::string setOption(Options& o, const std::string& keyword, const std::
         if (value.empty()) return "REPOSITORY needs a file name";
         o.repository = resolve(value, baseDir);
     } else if (key == "SERVERNAME") {
-        if (value.empty() || value.size() > RVK_SERVER_NAME_MAX) return "SERVERNAME needs a name of 1 to 64 characters";
+        if (value.empty() || value.size() > RVK_SERVER_NAME_MAX)
+            return "SERVERNAME needs a name of 1 to 64 characters";
         o.serverName = value;
     } else if (key == "NODENAME") {
-        if (value.empty() || value.size() > RVK_NODE_NAME_MAX) return "NODENAME needs a name of 1 to 63 characters";
+        if (value.empty() || value.size() > RVK_NODE_NAME_MAX)
+            return "NODENAME needs a name of 1 to 63 characters";
         o.nodeName = upper(value);
     } else if (key == "PASSWORDACCESS") {
-        if (uv == "PROMPT") o.passwordAccess = RVK_PASSWD_PROMPT;
-        else if (uv == "GENERATE") o.passwordAccess = RVK_PASSWD_GENERATE;
-        else return "PASSWORDACCESS must be PROMPT or GENERATE";
+        if (uv == "PROMPT")
+            o.passwordAccess = RVK_PASSWD_PROMPT;
+        else if (uv == "GENERATE")
+            o.passwordAccess = RVK_PASSWD_GENERATE;
+        else
+            return "PASSWORDACCESS must be PROMPT or GENERATE";
     } else if (key == "PASSWORDDIR") {
         if (value.empty()) return "PASSWORDDIR needs a folder";
         o.passwordDir = resolve(value, baseDir);
     } else if (key == "COMPRESSION") {
-        if (uv == "YES") o.compression = true;
-        else if (uv == "NO") o.compression = false;
-        else return "COMPRESSION must be YES or NO";
+        if (uv == "YES")
+            o.compression = true;
+        else if (uv == "NO")
+            o.compression = false;
+        else
+            return "COMPRESSION must be YES or NO";
     } else if (key == "BUSYTIMEOUT") {
         char* end = nullptr;
         long v = strtol(value.c_str(), &end, 10);
-        if (value.empty() || *end != '\0' || v < 0 || v > 3600) return "BUSYTIMEOUT must be 0 to 3600 seconds";
+        if (value.empty() || *end != '\0' || v < 0 || v > 3600)
+            return "BUSYTIMEOUT must be 0 to 3600 seconds";
         o.busyTimeoutMs = static_cast<int>(v * 1000);
     } else if (key == "ASNODE" && fromString) {
         o.asNode = value;

@@ -15,15 +15,15 @@
 namespace vlt {
 
 struct Options {
-    std::string optFile;       // the file that was read
-    std::string repository;    // REPOSITORY: the database file
-    std::string serverName;    // SERVERNAME
-    std::string nodeName;      // NODENAME (upper case)
-    int passwordAccess = 0;    // PASSWORDACCESS: RVK_PASSWD_PROMPT / _GENERATE
-    std::string passwordDir;   // PASSWORDDIR: where GENERATE passwords live
-    bool compression = false;  // COMPRESSION YES|NO (reported only)
-    int busyTimeoutMs = 30000; // BUSYTIMEOUT seconds
-    std::string asNode;        // -ASNODE= of the option string (refused)
+    std::string optFile;        // the file that was read
+    std::string repository;     // REPOSITORY: the database file
+    std::string serverName;     // SERVERNAME
+    std::string nodeName;       // NODENAME (upper case)
+    int passwordAccess = 0;     // PASSWORDACCESS: RVK_PASSWD_PROMPT / _GENERATE
+    std::string passwordDir;    // PASSWORDDIR: where GENERATE passwords live
+    bool compression = false;   // COMPRESSION YES|NO (reported only)
+    int busyTimeoutMs = 30000;  // BUSYTIMEOUT seconds
+    std::string asNode;         // -ASNODE= of the option string (refused)
 };
 
 // Reads `path` into `out`. Returns 0, RVK_RC_OPTFILE_UNREADABLE or

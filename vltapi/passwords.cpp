@@ -23,8 +23,10 @@ bool validPassword(const std::string& pw) {
 
 static Rc derive(const std::string& pw, const std::string& salt, int iterations, std::string& out) {
     unsigned char buf[32];
-    if (PKCS5_PBKDF2_HMAC(pw.data(), static_cast<int>(pw.size()), reinterpret_cast<const unsigned char*>(salt.data()),
-                          static_cast<int>(salt.size()), iterations, EVP_sha256(), sizeof buf, buf) != 1)
+    if (PKCS5_PBKDF2_HMAC(pw.data(), static_cast<int>(pw.size()),
+                          reinterpret_cast<const unsigned char*>(salt.data()),
+                          static_cast<int>(salt.size()), iterations, EVP_sha256(), sizeof buf,
+                          buf) != 1)
         return RVK_RC_CRYPTO_FAILURE;
     out.assign(reinterpret_cast<char*>(buf), sizeof buf);
     OPENSSL_cleanse(buf, sizeof buf);
@@ -58,7 +60,8 @@ std::string passwordFilePath(const std::string& dir, const std::string& node) {
     return d + "rvkpw." + node;
 }
 
-Rc readStoredPassword(const std::string& dir, const std::string& node, std::string& pw, std::string& err) {
+Rc readStoredPassword(const std::string& dir, const std::string& node, std::string& pw,
+                      std::string& err) {
     std::string path = passwordFilePath(dir, node);
     int fd = open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
     if (fd < 0) {
@@ -97,7 +100,8 @@ Rc readStoredPassword(const std::string& dir, const std::string& node, std::stri
     return RVK_RC_OK;
 }
 
-Rc writeStoredPassword(const std::string& dir, const std::string& node, const std::string& pw, std::string& err) {
+Rc writeStoredPassword(const std::string& dir, const std::string& node, const std::string& pw,
+                       std::string& err) {
     std::string path = passwordFilePath(dir, node);
     // A missing folder (one level) is made, private to its owner.
     if (!dir.empty() && mkdir(dir.c_str(), 0700) != 0 && errno != EEXIST) {
@@ -111,7 +115,8 @@ Rc writeStoredPassword(const std::string& dir, const std::string& node, const st
         return RVK_RC_PASSWORD_STORE_ERROR;
     }
     std::string text = pw + "\n";
-    bool ok = fchmod(fd, 0600) == 0 && write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size()) &&
+    bool ok = fchmod(fd, 0600) == 0 &&
+              write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size()) &&
               fsync(fd) == 0;
     int saved = errno;
     ok = (close(fd) == 0) && ok;

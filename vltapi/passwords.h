@@ -31,10 +31,12 @@ std::string passwordFilePath(const std::string& dir, const std::string& node);
 
 // RVK_RC_NO_STORED_PASSWORD when there is no file; RVK_RC_PASSWORD_STORE_ERROR
 // when it is unusable. `err` says why.
-Rc readStoredPassword(const std::string& dir, const std::string& node, std::string& pw, std::string& err);
+Rc readStoredPassword(const std::string& dir, const std::string& node, std::string& pw,
+                      std::string& err);
 
 // Writes the file atomically with mode 0600.
-Rc writeStoredPassword(const std::string& dir, const std::string& node, const std::string& pw, std::string& err);
+Rc writeStoredPassword(const std::string& dir, const std::string& node, const std::string& pw,
+                       std::string& err);
 
 }  // namespace vlt
 

@@ -44,7 +44,8 @@ void clientLog(const std::string& text) {
     std::string path = env.logDir + "/" + env.logName;
     int fd = open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
     if (fd < 0) return;
-    std::string line = formatDate(nowDate()) + " libApiQZ[" + std::to_string(getpid()) + "]: " + text + "\n";
+    std::string line =
+        formatDate(nowDate()) + " libApiQZ[" + std::to_string(getpid()) + "]: " + text + "\n";
     // One write per line: appends of several processes do not interleave.
     if (write(fd, line.data(), line.size()) < 0) {
         // Nothing to do: the log is best effort.
@@ -62,7 +63,8 @@ void Session::endTransaction() {
     std::vector<ActLogRecord> events;
     events.swap(pendingEvents);
     for (auto& e : events) {
-        if (store && store->appendActLog(e) != RVK_RC_OK) clientLog("activity log: " + store->lastError());
+        if (store && store->appendActLog(e) != RVK_RC_OK)
+            clientLog("activity log: " + store->lastError());
     }
 }
 
@@ -111,13 +113,15 @@ SessionRef::SessionRef(uint32_t handle, bool allowExpired) {
         return;
     }
     lock_ = std::unique_lock<std::mutex>(s_->mu);
-    if (s_->closed) rc_ = RVK_RC_INVALID_HANDLE;
-    else if (s_->passwordExpired && !allowExpired) rc_ = RVK_RC_PASSWD_EXPIRED;
+    if (s_->closed)
+        rc_ = RVK_RC_INVALID_HANDLE;
+    else if (s_->passwordExpired && !allowExpired)
+        rc_ = RVK_RC_PASSWD_EXPIRED;
 }
 
 Rc storeFailure(Session& s, Rc rc, const char* what) {
-    clientLog(std::string(what) + ": node " + s.node.name + ": " + (s.store ? s.store->lastError() : "") +
-              " (rc " + std::to_string(rc) + ")");
+    clientLog(std::string(what) + ": node " + s.node.name + ": " +
+              (s.store ? s.store->lastError() : "") + " (rc " + std::to_string(rc) + ")");
     return rc;
 }
 

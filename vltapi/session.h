@@ -42,12 +42,12 @@ void clientLog(const std::string& text);
 enum class State { Idle, Query, Txn, Sending, Getting, GettingObject };
 
 struct QueryState {
-    int type = 0;                       // RVK_QRY_BACKUP / RVK_QRY_FILESPACE
-    std::vector<FsRecord> fileSpaces;   // matching file spaces, in order
+    int type = 0;                      // RVK_QRY_BACKUP / RVK_QRY_FILESPACE
+    std::vector<FsRecord> fileSpaces;  // matching file spaces, in order
     size_t fsIndex = 0;
     std::string hlPattern, llPattern, ownerPattern;
     bool hlWild = false, llWild = false, ownerAny = true;
-    ObjectQuery base;                   // node, state, date, type, exact names
+    ObjectQuery base;  // node, state, date, type, exact names
     std::unique_ptr<ObjectCursor> cursor;
     uint64_t delivered = 0;
     bool finished = false;
@@ -61,11 +61,11 @@ struct SendState {
 
 struct GetState {
     std::vector<uint64_t> ids;
-    size_t next = 0;                    // index of the next id to open
+    size_t next = 0;  // index of the next id to open
     uint64_t current = 0;
-    uint32_t seq = 0;                   // next chunk to read
+    uint32_t seq = 0;  // next chunk to read
     std::string chunk;
-    size_t offset = 0;                  // delivered bytes of `chunk`
+    size_t offset = 0;  // delivered bytes of `chunk`
     bool chunkLoaded = false;
 };
 
@@ -111,13 +111,13 @@ std::vector<std::shared_ptr<Session>> removeAllSessions();
 // RVK_RC_INVALID_HANDLE, or RVK_RC_PASSWD_EXPIRED when the session may only
 // change its password (unless allowExpired).
 class SessionRef {
-public:
+  public:
     explicit SessionRef(uint32_t handle, bool allowExpired = false);
     Rc rc() const { return rc_; }
     Session* operator->() const { return s_.get(); }
     Session& operator*() const { return *s_; }
 
-private:
+  private:
     std::shared_ptr<Session> s_;
     std::unique_lock<std::mutex> lock_;
     Rc rc_ = 0;

@@ -79,33 +79,36 @@ CREATE TABLE actlog(
 )SQL";
 
 constexpr const char* kObjectColumns =
-    "id, node_id, fs_id, hl, ll, type, owner, mc, ins_date, deact_date, size, state, has_data, info";
+    "id, node_id, fs_id, hl, ll, type, owner, mc, ins_date, deact_date, size, state, has_data, "
+    "info";
 
 Rc mapRc(int src) {
     switch (src & 0xff) {
-    case SQLITE_BUSY:
-    case SQLITE_LOCKED:
-        return RVK_RC_SERVER_BUSY;
-    case SQLITE_NOTADB:
-        return RVK_RC_REPOSITORY_VERSION;
-    case SQLITE_NOMEM:
-        return RVK_RC_NO_MEMORY;
-    case SQLITE_CANTOPEN:
-        return RVK_RC_COMM_FAILURE;
-    default:
-        return RVK_RC_REPOSITORY_ERROR;
+        case SQLITE_BUSY:
+        case SQLITE_LOCKED:
+            return RVK_RC_SERVER_BUSY;
+        case SQLITE_NOTADB:
+            return RVK_RC_REPOSITORY_VERSION;
+        case SQLITE_NOMEM:
+            return RVK_RC_NO_MEMORY;
+        case SQLITE_CANTOPEN:
+            return RVK_RC_COMM_FAILURE;
+        default:
+            return RVK_RC_REPOSITORY_ERROR;
     }
 }
 
 std::string colText(sqlite3_stmt* s, int i) {
     const unsigned char* t = sqlite3_column_text(s, i);
-    return t ? std::string(reinterpret_cast<const char*>(t), static_cast<size_t>(sqlite3_column_bytes(s, i)))
+    return t ? std::string(reinterpret_cast<const char*>(t),
+                           static_cast<size_t>(sqlite3_column_bytes(s, i)))
              : std::string();
 }
 
 std::string colBlob(sqlite3_stmt* s, int i) {
     const void* b = sqlite3_column_blob(s, i);
-    return b ? std::string(static_cast<const char*>(b), static_cast<size_t>(sqlite3_column_bytes(s, i)))
+    return b ? std::string(static_cast<const char*>(b),
+                           static_cast<size_t>(sqlite3_column_bytes(s, i)))
              : std::string();
 }
 
@@ -158,14 +161,15 @@ void readFs(sqlite3_stmt* s, FsRecord& f) {
     f.backComplete = sqlite3_column_int64(s, 9);
 }
 
-constexpr const char* kNodeColumns = "id, name, pw_salt, pw_hash, pw_iter, pw_set, back_del, arch_del";
+constexpr const char* kNodeColumns =
+    "id, name, pw_salt, pw_hash, pw_iter, pw_set, back_del, arch_del";
 constexpr const char* kFsColumns =
     "id, node_id, name, type, info, capacity, occupancy, reg_date, back_start, back_complete";
 
 // Resets a cached statement when the scope that used it ends, so that no
 // statement keeps a read snapshot open between calls.
 class Used {
-public:
+  public:
     explicit Used(sqlite3_stmt* s) : s_(s) {}
     ~Used() {
         if (s_) {
@@ -177,25 +181,25 @@ public:
     Used& operator=(const Used&) = delete;
     sqlite3_stmt* get() const { return s_; }
 
-private:
+  private:
     sqlite3_stmt* s_;
 };
 
 class SqliteStore;
 
 class SqliteCursor : public ObjectCursor {
-public:
+  public:
     SqliteCursor(SqliteStore* store, sqlite3_stmt* st) : store_(store), st_(st) {}
     ~SqliteCursor() override { sqlite3_finalize(st_); }
     Rc next(ObjectRecord& o, bool& have) override;
 
-private:
+  private:
     SqliteStore* store_;
     sqlite3_stmt* st_;
 };
 
 class SqliteStore : public Store {
-public:
+  public:
     explicit SqliteStore(sqlite3* db) : db_(db) {}
     ~SqliteStore() override {
         for (auto& kv : cache_) sqlite3_finalize(kv.second);
@@ -273,7 +277,8 @@ public:
         Used u(st);
         ServerSettings out;
         int r;
-        while ((r = sqlite3_step(st)) == SQLITE_ROW) applySetting(out, colText(st, 0), colText(st, 1));
+        while ((r = sqlite3_step(st)) == SQLITE_ROW)
+            applySetting(out, colText(st, 0), colText(st, 1));
         if (r != SQLITE_DONE) return fail(r, "read settings");
         s = out;
         return RVK_RC_OK;
@@ -288,15 +293,18 @@ public:
     }
 
     Rc findNode(const std::string& name, NodeRecord& n, bool& found) override {
-        static const std::string sqlText = std::string("SELECT ") + kNodeColumns + " FROM nodes WHERE name = ?1";
+        static const std::string sqlText =
+            std::string("SELECT ") + kNodeColumns + " FROM nodes WHERE name = ?1";
         sqlite3_stmt* st = nullptr;
         if (Rc rc = prep(sqlText.c_str(), st)) return rc;
         Used u(st);
         bindText(st, 1, name);
         int r = sqlite3_step(st);
         found = r == SQLITE_ROW;
-        if (found) readNode(st, n);
-        else if (r != SQLITE_DONE) return fail(r, "find node");
+        if (found)
+            readNode(st, n);
+        else if (r != SQLITE_DONE)
+            return fail(r, "find node");
         return RVK_RC_OK;
     }
 
@@ -321,7 +329,8 @@ public:
 
     Rc updateNode(const NodeRecord& n) override {
         static const char* sql =
-            "UPDATE nodes SET name = ?1, pw_salt = ?2, pw_hash = ?3, pw_iter = ?4, pw_set = ?5, back_del = ?6, "
+            "UPDATE nodes SET name = ?1, pw_salt = ?2, pw_hash = ?3, pw_iter = ?4, pw_set = ?5, "
+            "back_del = ?6, "
             "arch_del = ?7 WHERE id = ?8";
         return run(sql, "update node", [&](sqlite3_stmt* s) {
             bindNode(s, n);
@@ -330,7 +339,8 @@ public:
     }
 
     Rc listNodes(std::vector<NodeRecord>& out) override {
-        static const std::string sqlText = std::string("SELECT ") + kNodeColumns + " FROM nodes ORDER BY name";
+        static const std::string sqlText =
+            std::string("SELECT ") + kNodeColumns + " FROM nodes ORDER BY name";
         sqlite3_stmt* st = nullptr;
         if (Rc rc = prep(sqlText.c_str(), st)) return rc;
         Used u(st);
@@ -345,8 +355,8 @@ public:
     }
 
     Rc listFileSpaces(int64_t nodeId, std::vector<FsRecord>& out) override {
-        static const std::string sqlText =
-            std::string("SELECT ") + kFsColumns + " FROM filespaces WHERE node_id = ?1 ORDER BY name";
+        static const std::string sqlText = std::string("SELECT ") + kFsColumns +
+                                           " FROM filespaces WHERE node_id = ?1 ORDER BY name";
         sqlite3_stmt* st = nullptr;
         if (Rc rc = prep(sqlText.c_str(), st)) return rc;
         Used u(st);
@@ -362,8 +372,8 @@ public:
     }
 
     Rc findFileSpace(int64_t nodeId, const std::string& name, FsRecord& fs, bool& found) override {
-        static const std::string sqlText =
-            std::string("SELECT ") + kFsColumns + " FROM filespaces WHERE node_id = ?1 AND name = ?2";
+        static const std::string sqlText = std::string("SELECT ") + kFsColumns +
+                                           " FROM filespaces WHERE node_id = ?1 AND name = ?2";
         sqlite3_stmt* st = nullptr;
         if (Rc rc = prep(sqlText.c_str(), st)) return rc;
         Used u(st);
@@ -371,8 +381,10 @@ public:
         bindText(st, 2, name);
         int r = sqlite3_step(st);
         found = r == SQLITE_ROW;
-        if (found) readFs(st, fs);
-        else if (r != SQLITE_DONE) return fail(r, "find file space");
+        if (found)
+            readFs(st, fs);
+        else if (r != SQLITE_DONE)
+            return fail(r, "find file space");
         return RVK_RC_OK;
     }
 
@@ -390,7 +402,8 @@ public:
 
     Rc insertFileSpace(FsRecord& fs) override {
         static const char* sql =
-            "INSERT INTO filespaces(node_id, name, type, info, capacity, occupancy, reg_date, back_start, "
+            "INSERT INTO filespaces(node_id, name, type, info, capacity, occupancy, reg_date, "
+            "back_start, "
             "back_complete) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9)";
         Rc rc = run(sql, "insert file space", [&](sqlite3_stmt* s) { bindFs(s, fs); });
         if (rc == RVK_RC_OK) fs.id = sqlite3_last_insert_rowid(db_);
@@ -399,7 +412,8 @@ public:
 
     Rc updateFileSpace(const FsRecord& fs) override {
         static const char* sql =
-            "UPDATE filespaces SET node_id = ?1, name = ?2, type = ?3, info = ?4, capacity = ?5, occupancy = ?6, "
+            "UPDATE filespaces SET node_id = ?1, name = ?2, type = ?3, info = ?4, capacity = ?5, "
+            "occupancy = ?6, "
             "reg_date = ?7, back_start = ?8, back_complete = ?9 WHERE id = ?10";
         return run(sql, "update file space", [&](sqlite3_stmt* s) {
             bindFs(s, fs);
@@ -412,7 +426,8 @@ public:
             "DELETE FROM object_data WHERE obj_id IN (SELECT o.id FROM objects o JOIN filespaces f "
             "ON o.node_id = f.node_id AND o.fs_id = f.id WHERE f.id = ?1)";
         static const char* sqlObjects =
-            "DELETE FROM objects WHERE node_id = (SELECT node_id FROM filespaces WHERE id = ?1) AND fs_id = ?1";
+            "DELETE FROM objects WHERE node_id = (SELECT node_id FROM filespaces WHERE id = ?1) "
+            "AND fs_id = ?1";
         static const char* sqlFs = "DELETE FROM filespaces WHERE id = ?1";
         auto bindId = [&](sqlite3_stmt* s) { sqlite3_bind_int64(s, 1, fsId); };
         if (Rc rc = run(sqlData, "delete file space data", bindId)) return rc;
@@ -422,7 +437,8 @@ public:
     }
 
     Rc openObjects(const ObjectQuery& q, std::unique_ptr<ObjectCursor>& out) override {
-        std::string sql = std::string("SELECT ") + kObjectColumns + " FROM objects WHERE node_id = ?1";
+        std::string sql =
+            std::string("SELECT ") + kObjectColumns + " FROM objects WHERE node_id = ?1";
         if (q.fsId) sql += " AND fs_id = ?2";
         if (q.hlExact) sql += " AND hl = ?3";
         if (q.llExact) sql += " AND ll = ?4";
@@ -430,8 +446,10 @@ public:
             if (q.state != 0xFF) sql += " AND state = ?5";
         } else {
             sql += " AND ins_date <= ?6";
-            if (q.state == RVK_STATE_ACTIVE) sql += " AND (deact_date = 0 OR deact_date > ?6)";
-            else if (q.state == RVK_STATE_INACTIVE) sql += " AND deact_date <> 0 AND deact_date <= ?6";
+            if (q.state == RVK_STATE_ACTIVE)
+                sql += " AND (deact_date = 0 OR deact_date > ?6)";
+            else if (q.state == RVK_STATE_INACTIVE)
+                sql += " AND deact_date <> 0 AND deact_date <= ?6";
         }
         if (q.objType != 0xFF) sql += " AND type = ?7";
         sql += q.fsId ? " ORDER BY hl, ll, id" : " ORDER BY id";
@@ -450,23 +468,27 @@ public:
     }
 
     Rc findObject(uint64_t id, ObjectRecord& o, bool& found) override {
-        static const std::string sqlText = std::string("SELECT ") + kObjectColumns + " FROM objects WHERE id = ?1";
+        static const std::string sqlText =
+            std::string("SELECT ") + kObjectColumns + " FROM objects WHERE id = ?1";
         sqlite3_stmt* st = nullptr;
         if (Rc rc = prep(sqlText.c_str(), st)) return rc;
         Used u(st);
         sqlite3_bind_int64(st, 1, static_cast<int64_t>(id));
         int r = sqlite3_step(st);
         found = r == SQLITE_ROW;
-        if (found) readObject(st, o);
-        else if (r != SQLITE_DONE) return fail(r, "find object");
+        if (found)
+            readObject(st, o);
+        else if (r != SQLITE_DONE)
+            return fail(r, "find object");
         return RVK_RC_OK;
     }
 
-    Rc findActiveObject(int64_t nodeId, int64_t fsId, const std::string& hl, const std::string& ll, ObjectRecord& o,
-                        bool& found) override {
-        static const std::string sqlText = std::string("SELECT ") + kObjectColumns +
-                                           " FROM objects WHERE node_id = ?1 AND fs_id = ?2 AND hl = ?3 AND "
-                                           "ll = ?4 AND state = 1 ORDER BY id DESC LIMIT 1";
+    Rc findActiveObject(int64_t nodeId, int64_t fsId, const std::string& hl, const std::string& ll,
+                        ObjectRecord& o, bool& found) override {
+        static const std::string sqlText =
+            std::string("SELECT ") + kObjectColumns +
+            " FROM objects WHERE node_id = ?1 AND fs_id = ?2 AND hl = ?3 AND "
+            "ll = ?4 AND state = 1 ORDER BY id DESC LIMIT 1";
         sqlite3_stmt* st = nullptr;
         if (Rc rc = prep(sqlText.c_str(), st)) return rc;
         Used u(st);
@@ -476,8 +498,10 @@ public:
         bindText(st, 4, ll);
         int r = sqlite3_step(st);
         found = r == SQLITE_ROW;
-        if (found) readObject(st, o);
-        else if (r != SQLITE_DONE) return fail(r, "find active object");
+        if (found)
+            readObject(st, o);
+        else if (r != SQLITE_DONE)
+            return fail(r, "find active object");
         return RVK_RC_OK;
     }
 
@@ -502,7 +526,8 @@ public:
             "UPDATE objects SET state = 2, deact_date = max(ins_date, ?5) "
             "WHERE node_id = ?1 AND fs_id = ?2 AND hl = ?3 AND ll = ?4 AND state = 1";
         static const char* sqlInsert =
-            "INSERT INTO objects(node_id, fs_id, hl, ll, type, owner, mc, ins_date, deact_date, size, state, "
+            "INSERT INTO objects(node_id, fs_id, hl, ll, type, owner, mc, ins_date, deact_date, "
+            "size, state, "
             "has_data, info) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11, ?12, ?13)";
         Rc rc = run(sqlDeactivate, "deactivate object", [&](sqlite3_stmt* s) {
             sqlite3_bind_int64(s, 1, o.nodeId);
@@ -521,8 +546,10 @@ public:
 
     Rc updateObject(const ObjectRecord& o) override {
         static const char* sql =
-            "UPDATE objects SET node_id = ?1, fs_id = ?2, hl = ?3, ll = ?4, type = ?5, owner = ?6, mc = ?7, "
-            "ins_date = ?8, deact_date = ?9, size = ?10, state = ?11, has_data = ?12, info = ?13 WHERE id = ?14";
+            "UPDATE objects SET node_id = ?1, fs_id = ?2, hl = ?3, ll = ?4, type = ?5, owner = ?6, "
+            "mc = ?7, "
+            "ins_date = ?8, deact_date = ?9, size = ?10, state = ?11, has_data = ?12, info = ?13 "
+            "WHERE id = ?14";
         return run(sql, "update object", [&](sqlite3_stmt* s) {
             bindObject(s, o);
             sqlite3_bind_int64(s, 14, static_cast<int64_t>(o.id));
@@ -568,14 +595,17 @@ public:
         sqlite3_bind_int64(st, 2, seq);
         int r = sqlite3_step(st);
         found = r == SQLITE_ROW;
-        if (found) chunk = colBlob(st, 0);
-        else if (r != SQLITE_DONE) return fail(r, "read object data");
+        if (found)
+            chunk = colBlob(st, 0);
+        else if (r != SQLITE_DONE)
+            return fail(r, "read object data");
         return RVK_RC_OK;
     }
 
     Rc appendActLog(const ActLogRecord& a) override {
         static const char* sql =
-            "INSERT INTO actlog(date, node, severity, msg_id, text, obj_id) VALUES(?1, ?2, ?3, ?4, ?5, ?6)";
+            "INSERT INTO actlog(date, node, severity, msg_id, text, obj_id) VALUES(?1, ?2, ?3, ?4, "
+            "?5, ?6)";
         return run(sql, "write activity log", [&](sqlite3_stmt* s) {
             sqlite3_bind_int64(s, 1, a.date);
             bindText(s, 2, a.node);
@@ -587,7 +617,8 @@ public:
     }
 
     Rc listActLog(const std::function<void(const ActLogRecord&)>& fn) override {
-        static const char* sql = "SELECT date, node, severity, msg_id, text, obj_id FROM actlog ORDER BY id";
+        static const char* sql =
+            "SELECT date, node, severity, msg_id, text, obj_id FROM actlog ORDER BY id";
         sqlite3_stmt* st = nullptr;
         if (Rc rc = prep(sql, st)) return rc;
         Used u(st);
@@ -607,12 +638,15 @@ public:
 
     // A cache big enough that the pages of a million-object load are written
     // once at commit instead of being spilled again and again.
-    void prepareBulkLoad() override { sqlite3_exec(db_, "PRAGMA cache_size = -262144", nullptr, nullptr, nullptr); }
+    void prepareBulkLoad() override {
+        sqlite3_exec(db_, "PRAGMA cache_size = -262144", nullptr, nullptr, nullptr);
+    }
 
     // Checks that the file is a repository of this version.
     Rc checkFormat(std::string& err) {
         sqlite3_stmt* st = nullptr;
-        int r = sqlite3_prepare_v2(db_, "SELECT value FROM repo_meta WHERE key = 'format'", -1, &st, nullptr);
+        int r = sqlite3_prepare_v2(db_, "SELECT value FROM repo_meta WHERE key = 'format'", -1, &st,
+                                   nullptr);
         std::string format;
         if (r == SQLITE_OK) {
             r = sqlite3_step(st);
@@ -632,8 +666,8 @@ public:
         if (r == SQLITE_OK && sqlite3_step(st) == SQLITE_ROW) version = sqlite3_column_int(st, 0);
         sqlite3_finalize(st);
         if (version != kSchemaVersion) {
-            err = "repository version " + std::to_string(version) + ", this library reads version " +
-                  std::to_string(kSchemaVersion);
+            err = "repository version " + std::to_string(version) +
+                  ", this library reads version " + std::to_string(kSchemaVersion);
             return RVK_RC_REPOSITORY_VERSION;
         }
         return RVK_RC_OK;
@@ -641,7 +675,7 @@ public:
 
     sqlite3* db() const { return db_; }
 
-private:
+  private:
     sqlite3* db_;
     std::unordered_map<const void*, sqlite3_stmt*> cache_;
     std::string lastError_;
@@ -662,7 +696,8 @@ Rc SqliteCursor::next(ObjectRecord& o, bool& have) {
 
 }  // namespace
 
-Rc openSqliteStore(const std::string& path, int busyTimeoutMs, std::unique_ptr<Store>& out, std::string& err) {
+Rc openSqliteStore(const std::string& path, int busyTimeoutMs, std::unique_ptr<Store>& out,
+                   std::string& err) {
     struct stat st;
     if (stat(path.c_str(), &st) != 0) {
         err = "repository " + path + " cannot be opened: " + strerror(errno);
@@ -673,9 +708,11 @@ Rc openSqliteStore(const std::string& path, int busyTimeoutMs, std::unique_ptr<S
         return RVK_RC_COMM_FAILURE;
     }
     sqlite3* db = nullptr;
-    int r = sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
+    int r =
+        sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
     if (r != SQLITE_OK) {
-        err = "repository " + path + " cannot be opened: " + (db ? sqlite3_errmsg(db) : sqlite3_errstr(r));
+        err = "repository " + path +
+              " cannot be opened: " + (db ? sqlite3_errmsg(db) : sqlite3_errstr(r));
         sqlite3_close_v2(db);
         return RVK_RC_COMM_FAILURE;
     }
@@ -724,9 +761,14 @@ Rc createSqliteStore(const std::string& path, const ServerSettings& initial, std
                           std::to_string(kFirstObjectId - 1) + ")";
         rc = s.exec(seq.c_str(), "set first object id");
     }
-    if (!rc) rc = s.exec(("INSERT INTO repo_meta(key, value) VALUES('format', '" + std::string(kFormat) + "')").c_str(),
-                         "write format");
-    if (!rc) rc = s.exec(("PRAGMA user_version = " + std::to_string(kSchemaVersion)).c_str(), "write version");
+    if (!rc)
+        rc = s.exec(
+            ("INSERT INTO repo_meta(key, value) VALUES('format', '" + std::string(kFormat) + "')")
+                .c_str(),
+            "write format");
+    if (!rc)
+        rc = s.exec(("PRAGMA user_version = " + std::to_string(kSchemaVersion)).c_str(),
+                    "write version");
     ServerSettings settings = initial;
     if (settings.created == 0) settings.created = nowDate();
     for (auto& kv : settingsList(settings)) {

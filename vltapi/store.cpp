@@ -21,13 +21,15 @@ std::string applySetting(ServerSettings& s, const std::string& keyIn, const std:
     std::string key = upper(keyIn);
     long n = 0;
     auto text = [&](std::string& field, size_t max) -> std::string {
-        if (v.empty() || v.size() > max) return key + " needs a text of 1 to " + std::to_string(max) + " characters";
+        if (v.empty() || v.size() > max)
+            return key + " needs a text of 1 to " + std::to_string(max) + " characters";
         field = v;
         return "";
     };
     auto number = [&](int& field, long lo, long hi) -> std::string {
         if (!parseInt(v, lo, hi, n))
-            return key + " needs a whole number from " + std::to_string(lo) + " to " + std::to_string(hi);
+            return key + " needs a whole number from " + std::to_string(lo) + " to " +
+                   std::to_string(hi);
         field = static_cast<int>(n);
         return "";
     };
@@ -37,7 +39,8 @@ std::string applySetting(ServerSettings& s, const std::string& keyIn, const std:
         return "";
     }
     if (key == "MAXBYTESPERTXN") {
-        if (!parseInt(v, 0, 2147483647L, n)) return "MAXBYTESPERTXN needs a whole number from 0 to 2147483647";
+        if (!parseInt(v, 0, 2147483647L, n))
+            return "MAXBYTESPERTXN needs a whole number from 0 to 2147483647";
         s.maxBytesPerTxn = static_cast<uint32_t>(n);
         return "";
     }
@@ -48,8 +51,8 @@ std::string applySetting(ServerSettings& s, const std::string& keyIn, const std:
     if (key == "SERVERVERSION") {
         int a, b, c, d;
         char extra;
-        if (sscanf(v.c_str(), "%d.%d.%d.%d%c", &a, &b, &c, &d, &extra) != 4 || a < 0 || b < 0 || c < 0 || d < 0 ||
-            a > 32767 || b > 32767 || c > 32767 || d > 32767)
+        if (sscanf(v.c_str(), "%d.%d.%d.%d%c", &a, &b, &c, &d, &extra) != 4 || a < 0 || b < 0 ||
+            c < 0 || d < 0 || a > 32767 || b > 32767 || c > 32767 || d > 32767)
             return "SERVERVERSION needs the form V.R.L.S";
         s.serverVer = a;
         s.serverRel = b;
@@ -94,7 +97,8 @@ std::vector<std::pair<std::string, std::string>> settingsList(const ServerSettin
 
 // Only local database files exist today; a networked store would be chosen
 // here by the form of the name (for example a URL).
-Rc openStore(const std::string& repository, int busyTimeoutMs, std::unique_ptr<Store>& out, std::string& err) {
+Rc openStore(const std::string& repository, int busyTimeoutMs, std::unique_ptr<Store>& out,
+             std::string& err) {
     return openSqliteStore(repository, busyTimeoutMs, out, err);
 }
 

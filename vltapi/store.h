@@ -52,9 +52,9 @@ std::vector<std::pair<std::string, std::string>> settingsList(const ServerSettin
 
 struct NodeRecord {
     int64_t id = 0;
-    std::string name;      // upper case
-    std::string pwSalt;    // bytes
-    std::string pwHash;    // bytes
+    std::string name;    // upper case
+    std::string pwSalt;  // bytes
+    std::string pwHash;  // bytes
     int pwIterations = 0;
     int64_t pwSetTime = 0;  // seconds since 1970
     bool backDel = true;
@@ -86,7 +86,7 @@ struct ObjectRecord {
     int64_t insDate = 0;
     int64_t deactDate = 0;  // 0 while active
     uint64_t size = 0;
-    int state = 1;          // RVK_STATE_ACTIVE / RVK_STATE_INACTIVE
+    int state = 1;  // RVK_STATE_ACTIVE / RVK_STATE_INACTIVE
     bool hasData = false;
     std::string info;
 };
@@ -104,25 +104,25 @@ struct ActLogRecord {
 // patterns are applied by the caller.
 struct ObjectQuery {
     int64_t nodeId = 0;
-    int64_t fsId = 0;       // 0: every file space (then ordered by id)
+    int64_t fsId = 0;  // 0: every file space (then ordered by id)
     bool hlExact = false;
     std::string hl;
     bool llExact = false;
     std::string ll;
-    int state = 0xFF;       // RVK_STATE_ACTIVE, RVK_STATE_INACTIVE or 0xFF
-    int64_t pit = 0;        // 0: now
-    int objType = 0xFF;     // 0xFF: any
+    int state = 0xFF;    // RVK_STATE_ACTIVE, RVK_STATE_INACTIVE or 0xFF
+    int64_t pit = 0;     // 0: now
+    int objType = 0xFF;  // 0xFF: any
 };
 
 class ObjectCursor {
-public:
+  public:
     virtual ~ObjectCursor() = default;
     // Next object into `o`; `have` false at the end.
     virtual Rc next(ObjectRecord& o, bool& have) = 0;
 };
 
 class Store {
-public:
+  public:
     virtual ~Store() = default;
     virtual std::string lastError() const = 0;
 
@@ -142,7 +142,8 @@ public:
     virtual Rc listNodes(std::vector<NodeRecord>& out) = 0;
 
     virtual Rc listFileSpaces(int64_t nodeId, std::vector<FsRecord>& out) = 0;
-    virtual Rc findFileSpace(int64_t nodeId, const std::string& name, FsRecord& fs, bool& found) = 0;
+    virtual Rc findFileSpace(int64_t nodeId, const std::string& name, FsRecord& fs,
+                             bool& found) = 0;
     virtual Rc insertFileSpace(FsRecord& fs) = 0;
     virtual Rc updateFileSpace(const FsRecord& fs) = 0;
     // Deletes the file space, its objects and their data.
@@ -150,8 +151,8 @@ public:
 
     virtual Rc openObjects(const ObjectQuery& q, std::unique_ptr<ObjectCursor>& out) = 0;
     virtual Rc findObject(uint64_t id, ObjectRecord& o, bool& found) = 0;
-    virtual Rc findActiveObject(int64_t nodeId, int64_t fsId, const std::string& hl, const std::string& ll,
-                                ObjectRecord& o, bool& found) = 0;
+    virtual Rc findActiveObject(int64_t nodeId, int64_t fsId, const std::string& hl,
+                                const std::string& ll, ObjectRecord& o, bool& found) = 0;
     // Inserts `o` (its id is set) as an active object; an active object of
     // the same name becomes inactive with deactivation date o.insDate.
     virtual Rc insertObject(ObjectRecord& o) = 0;
@@ -173,13 +174,15 @@ public:
 // Opens an existing repository. RVK_RC_COMM_FAILURE when it cannot be
 // opened, RVK_RC_REPOSITORY_VERSION when it is not a repository of this
 // version.
-Rc openStore(const std::string& repository, int busyTimeoutMs, std::unique_ptr<Store>& out, std::string& err);
+Rc openStore(const std::string& repository, int busyTimeoutMs, std::unique_ptr<Store>& out,
+             std::string& err);
 
 // Creates a new repository (fails when the file exists).
 Rc createStore(const std::string& repository, const ServerSettings& initial, std::string& err);
 
 // The SQLite implementation behind openStore / createStore.
-Rc openSqliteStore(const std::string& path, int busyTimeoutMs, std::unique_ptr<Store>& out, std::string& err);
+Rc openSqliteStore(const std::string& path, int busyTimeoutMs, std::unique_ptr<Store>& out,
+                   std::string& err);
 Rc createSqliteStore(const std::string& path, const ServerSettings& initial, std::string& err);
 
 }  // namespace vlt

@@ -23,9 +23,13 @@ void copyTruncated(char* dst, size_t size, const std::string& src) {
     dst[n] = '\0';
 }
 
-std::string str(const char* s) { return s ? std::string(s) : std::string(); }
+std::string str(const char* s) {
+    return s ? std::string(s) : std::string();
+}
 
-size_t boundedLen(const char* s, size_t limit) { return strnlen(s, limit + 1); }
+size_t boundedLen(const char* s, size_t limit) {
+    return strnlen(s, limit + 1);
+}
 
 std::string upper(std::string s) {
     for (char& c : s) c = static_cast<char>(toupper(static_cast<unsigned char>(c)));
@@ -47,13 +51,17 @@ int64_t dateFromTime(int64_t unixSeconds) {
     time_t t = static_cast<time_t>(unixSeconds);
     struct tm tmv;
     localtime_r(&t, &tmv);
-    return pack(tmv.tm_year + 1900, tmv.tm_mon + 1, tmv.tm_mday, tmv.tm_hour, tmv.tm_min, tmv.tm_sec);
+    return pack(tmv.tm_year + 1900, tmv.tm_mon + 1, tmv.tm_mday, tmv.tm_hour, tmv.tm_min,
+                tmv.tm_sec);
 }
 
-int64_t nowDate() { return dateFromTime(static_cast<int64_t>(time(nullptr))); }
+int64_t nowDate() {
+    return dateFromTime(static_cast<int64_t>(time(nullptr)));
+}
 
 int64_t dateFromRvk(const rvkDate& d) {
-    if (d.year == 0 && d.month == 0 && d.day == 0 && d.hour == 0 && d.minute == 0 && d.second == 0) return 0;
+    if (d.year == 0 && d.month == 0 && d.day == 0 && d.hour == 0 && d.minute == 0 && d.second == 0)
+        return 0;
     return pack(d.year, d.month, d.day, d.hour, d.minute, d.second);
 }
 
@@ -80,7 +88,8 @@ static int daysIn(int y, int m) {
 }
 
 bool validDate(int64_t v) {
-    int s = static_cast<int>(v % 100), mi = static_cast<int>(v / 100 % 100), h = static_cast<int>(v / 10000 % 100);
+    int s = static_cast<int>(v % 100), mi = static_cast<int>(v / 100 % 100),
+        h = static_cast<int>(v / 10000 % 100);
     int d = static_cast<int>(v / 1000000 % 100), mo = static_cast<int>(v / 100000000 % 100);
     int64_t y = v / 10000000000LL;
     if (y < 1 || y > 9999 || mo < 1 || mo > 12 || h > 23 || mi > 59 || s > 59) return false;
@@ -92,7 +101,8 @@ int64_t parseDateText(const std::string& t) {
     static const char shape[] = "dddd-dd-dd dd:dd:dd";
     if (t.size() != sizeof shape - 1) return 0;
     for (size_t i = 0; i < t.size(); ++i) {
-        if (shape[i] == 'd' ? !isdigit(static_cast<unsigned char>(t[i])) : t[i] != shape[i]) return 0;
+        if (shape[i] == 'd' ? !isdigit(static_cast<unsigned char>(t[i])) : t[i] != shape[i])
+            return 0;
     }
     auto num = [&](size_t pos, size_t len) { return std::stoi(t.substr(pos, len)); };
     int64_t v = pack(num(0, 4), num(5, 2), num(8, 2), num(11, 2), num(14, 2), num(17, 2));
@@ -104,11 +114,14 @@ std::string formatDate(int64_t v) {
     rvkDate d;
     dateToRvk(v, &d);
     char buf[32];
-    snprintf(buf, sizeof buf, "%04u-%02u-%02u %02u:%02u:%02u", d.year, d.month, d.day, d.hour, d.minute, d.second);
+    snprintf(buf, sizeof buf, "%04u-%02u-%02u %02u:%02u:%02u", d.year, d.month, d.day, d.hour,
+             d.minute, d.second);
     return buf;
 }
 
-uint64_t u64FromRvk(const rvkU64& v) { return (static_cast<uint64_t>(v.hi) << 32) | v.lo; }
+uint64_t u64FromRvk(const rvkU64& v) {
+    return (static_cast<uint64_t>(v.hi) << 32) | v.lo;
+}
 
 rvkU64 u64ToRvk(uint64_t v) {
     rvkU64 r;

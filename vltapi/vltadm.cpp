@@ -45,7 +45,8 @@ const char* const kUsage =
     "                                low-level name, date, size, state\n"
     "  count NODE                    count a node's objects\n"
     "  actlog                        show the activity log\n"
-    "The option file is -c FILE, else $RVKI_CONFIG, else $RVKI_DIR/rvk.opt, else " RVK_DEFAULT_API_DIR "/rvk.opt.\n";
+    "The option file is -c FILE, else $RVKI_CONFIG, else $RVKI_DIR/rvk.opt, "
+    "else " RVK_DEFAULT_API_DIR "/rvk.opt.\n";
 
 int usage(const std::string& problem) {
     if (!problem.empty()) fprintf(stderr, "vltadm: %s\n", problem.c_str());
@@ -80,7 +81,8 @@ struct Context {
 };
 
 int openRepository(Context& c) {
-    if (c.options.repository.empty()) return fail("option file " + c.options.optFile + " names no REPOSITORY");
+    if (c.options.repository.empty())
+        return fail("option file " + c.options.optFile + " names no REPOSITORY");
     std::string err;
     if (openStore(c.options.repository, c.options.busyTimeoutMs, c.store, err)) {
         if (access(c.options.repository.c_str(), F_OK) != 0)
@@ -94,7 +96,8 @@ int findNode(Context& c, const std::string& nameIn, NodeRecord& n) {
     std::string name = upper(nameIn);
     bool found = false;
     if (c.store->findNode(name, n, found)) return fail(c.store->lastError());
-    if (!found) return fail("node " + name + " is not registered in repository " + c.options.repository);
+    if (!found)
+        return fail("node " + name + " is not registered in repository " + c.options.repository);
     return 0;
 }
 
@@ -116,7 +119,8 @@ int storePasswordFile(Context& c, const std::string& node, const std::string& pw
 }
 
 int cmdInit(Context& c) {
-    if (c.options.repository.empty()) return fail("option file " + c.options.optFile + " names no REPOSITORY");
+    if (c.options.repository.empty())
+        return fail("option file " + c.options.optFile + " names no REPOSITORY");
     ServerSettings s;
     if (!c.options.serverName.empty()) s.serverName = c.options.serverName;
     std::string err;
@@ -139,7 +143,8 @@ int cmdSet(Context& c, const std::string& key, const std::string& value) {
     ServerSettings s;
     std::string bad = applySetting(s, key, value);
     if (!bad.empty()) return fail(bad);
-    if (c.store->begin(true) || c.store->writeSetting(upper(key), value)) return fail(c.store->lastError());
+    if (c.store->begin(true) || c.store->writeSetting(upper(key), value))
+        return fail(c.store->lastError());
     logActivity(*c.store, "", "Setting " + upper(key) + " changed to " + value);
     if (c.store->commit()) return fail(c.store->lastError());
     return 0;
@@ -147,7 +152,9 @@ int cmdSet(Context& c, const std::string& key, const std::string& value) {
 
 int cmdNodeAdd(Context& c, const std::string& nameIn, const std::string& pw) {
     std::string name = upper(nameIn);
-    if (!validNodeName(name)) return fail("node name '" + nameIn + "' must have 1 to 63 letters, digits, '.', '-' or '_'");
+    if (!validNodeName(name))
+        return fail("node name '" + nameIn +
+                    "' must have 1 to 63 letters, digits, '.', '-' or '_'");
     if (!validPassword(pw)) return fail("a password needs 1 to 64 printable characters");
     if (int rc = openRepository(c)) return rc;
     if (c.store->begin(true)) return fail(c.store->lastError());
@@ -177,7 +184,8 @@ int cmdNodePasswd(Context& c, const std::string& nameIn, const std::string& pw) 
     return storePasswordFile(c, n.name, pw);
 }
 
-int cmdNodeSet(Context& c, const std::string& nameIn, const std::string& what, const std::string& value) {
+int cmdNodeSet(Context& c, const std::string& nameIn, const std::string& what,
+               const std::string& value) {
     std::string w = upper(what), v = upper(value);
     if ((w != "BACKDEL" && w != "ARCHDEL") || (v != "YES" && v != "NO"))
         return usage("node set NODE backdel|archdel yes|no");
@@ -209,13 +217,15 @@ int cmdNodeList(Context& c) {
     std::vector<NodeRecord> nodes;
     if (c.store->listNodes(nodes)) return fail(c.store->lastError());
     for (auto& n : nodes)
-        printf("%s\tbackdel=%s\tarchdel=%s\tpassword set %s\n", n.name.c_str(), n.backDel ? "yes" : "no",
-               n.archDel ? "yes" : "no", n.pwSetTime ? formatDate(dateFromTime(n.pwSetTime)).c_str() : "never (expired)");
+        printf("%s\tbackdel=%s\tarchdel=%s\tpassword set %s\n", n.name.c_str(),
+               n.backDel ? "yes" : "no", n.archDel ? "yes" : "no",
+               n.pwSetTime ? formatDate(dateFromTime(n.pwSetTime)).c_str() : "never (expired)");
     return 0;
 }
 
 int cmdLoad(Context& c, const std::string& nameIn, const std::string& owner) {
-    if (owner.size() > RVK_OWNER_NAME_MAX) return fail("the owner name is longer than 65 characters");
+    if (owner.size() > RVK_OWNER_NAME_MAX)
+        return fail("the owner name is longer than 65 characters");
     if (int rc = openRepository(c)) return rc;
     NodeRecord n;
     if (int rc = findNode(c, nameIn, n)) return rc;
@@ -224,8 +234,11 @@ int cmdLoad(Context& c, const std::string& nameIn, const std::string& owner) {
     std::ios::sync_with_stdio(false);
     std::string err;
     uint64_t loaded = 0;
-    if (loadObjects(*c.store, n, owner, s.mgmtClass, std::cin, isatty(2) != 0, err, loaded)) return fail(err);
-    if (isatty(1)) printf("vltadm: %llu objects loaded for node %s\n", (unsigned long long)loaded, n.name.c_str());
+    if (loadObjects(*c.store, n, owner, s.mgmtClass, std::cin, isatty(2) != 0, err, loaded))
+        return fail(err);
+    if (isatty(1))
+        printf("vltadm: %llu objects loaded for node %s\n", (unsigned long long)loaded,
+               n.name.c_str());
     return 0;
 }
 
@@ -253,7 +266,8 @@ int cmdCount(Context& c, const std::string& nameIn) {
 int cmdActlog(Context& c) {
     if (int rc = openRepository(c)) return rc;
     Rc rc = c.store->listActLog([](const ActLogRecord& a) {
-        printf("%s\t%s\t%s\t%s\n", formatDate(a.date).c_str(), a.node.c_str(), a.msgId.c_str(), a.text.c_str());
+        printf("%s\t%s\t%s\t%s\n", formatDate(a.date).c_str(), a.node.c_str(), a.msgId.c_str(),
+               a.text.c_str());
     });
     return rc ? fail(c.store->lastError()) : 0;
 }

@@ -31,7 +31,8 @@ void splitTabs(const std::string& line, std::vector<std::string>& out) {
 // Checks one line's fields; "" when good.
 std::string checkLine(const std::vector<std::string>& f, int64_t& date, uint64_t& size) {
     if (f.size() != 5)
-        return "expected 5 tab-separated fields (file space, high-level name, low-level name, date, size), found " +
+        return "expected 5 tab-separated fields (file space, high-level name, low-level name, "
+               "date, size), found " +
                std::to_string(f.size());
     if (f[0].empty()) return "the file space name is empty";
     if (f[0].size() > RVK_FS_NAME_MAX) return "the file space name is longer than 1024 characters";
@@ -41,18 +42,23 @@ std::string checkLine(const std::vector<std::string>& f, int64_t& date, uint64_t
     for (int i = 0; i < 3; ++i)
         if (hasWildcard(f[i])) return "names must not contain the wildcard characters * or ?";
     date = parseDateText(f[3]);
-    if (date == 0) return "the insertion date '" + f[3] + "' is not a valid date of the form YYYY-MM-DD HH:MM:SS";
-    if (f[4].empty() || f[4].size() > 19 || f[4].find_first_not_of("0123456789") != std::string::npos ||
+    if (date == 0)
+        return "the insertion date '" + f[3] +
+               "' is not a valid date of the form YYYY-MM-DD HH:MM:SS";
+    if (f[4].empty() || f[4].size() > 19 ||
+        f[4].find_first_not_of("0123456789") != std::string::npos ||
         (f[4].size() == 19 && f[4] > "9223372036854775807"))
-        return "the size '" + f[4] + "' is not a whole number of bytes from 0 to 9223372036854775807";
+        return "the size '" + f[4] +
+               "' is not a whole number of bytes from 0 to 9223372036854775807";
     size = strtoull(f[4].c_str(), nullptr, 10);
     return "";
 }
 
 }  // namespace
 
-int loadObjects(Store& store, const NodeRecord& node, const std::string& owner, const std::string& mgmtClass,
-                std::istream& in, bool progress, std::string& err, uint64_t& loaded) {
+int loadObjects(Store& store, const NodeRecord& node, const std::string& owner,
+                const std::string& mgmtClass, std::istream& in, bool progress, std::string& err,
+                uint64_t& loaded) {
     loaded = 0;
     std::map<std::string, int64_t> fsIds;
     std::vector<FsRecord> existing;
@@ -89,7 +95,8 @@ int loadObjects(Store& store, const NodeRecord& node, const std::string& owner, 
         int64_t date = 0;
         uint64_t size = 0;
         std::string bad = checkLine(fields, date, size);
-        if (!bad.empty()) return fail("line " + std::to_string(lineNo) + ": " + bad + "; nothing was loaded");
+        if (!bad.empty())
+            return fail("line " + std::to_string(lineNo) + ": " + bad + "; nothing was loaded");
         auto it = fsIds.find(fields[0]);
         if (it == fsIds.end()) {
             FsRecord fs;
@@ -105,9 +112,11 @@ int loadObjects(Store& store, const NodeRecord& node, const std::string& owner, 
         o.insDate = date;
         o.size = size;
         if (store.insertObject(o))
-            return fail("line " + std::to_string(lineNo) + ": " + store.lastError() + "; nothing was loaded");
+            return fail("line " + std::to_string(lineNo) + ": " + store.lastError() +
+                        "; nothing was loaded");
         ++loaded;
-        if (progress && loaded % 65536 == 0) fprintf(stderr, "\rvltadm: %llu objects loaded", (unsigned long long)loaded);
+        if (progress && loaded % 65536 == 0)
+            fprintf(stderr, "\rvltadm: %llu objects loaded", (unsigned long long)loaded);
     }
     if (in.bad()) return fail("error reading standard input; nothing was loaded");
     if (store.commit()) {
@@ -115,7 +124,8 @@ int loadObjects(Store& store, const NodeRecord& node, const std::string& owner, 
         loaded = 0;
         return 1;
     }
-    if (progress && loaded >= 65536) fprintf(stderr, "\rvltadm: %llu objects loaded\n", (unsigned long long)loaded);
+    if (progress && loaded >= 65536)
+        fprintf(stderr, "\rvltadm: %llu objects loaded\n", (unsigned long long)loaded);
     return 0;
 }
 

@@ -9,7 +9,9 @@ using namespace vltest;
 
 namespace {
 
-bool mentions(const zebotest::RunResult& r, const std::string& text) { return r.err.find(text) != std::string::npos; }
+bool mentions(const zebotest::RunResult& r, const std::string& text) {
+    return r.err.find(text) != std::string::npos;
+}
 
 TEST(Vltadm, LoadAndList) {
     Repo repo;
@@ -69,7 +71,8 @@ TEST(Vltadm, UnknownNodeAndMissingRepository) {
     EXPECT_TRUE(mentions(m, "init")) << m.err;
     EXPECT_FALSE(zebotest::fileExists(repo.path("nowhere.db")));
 
-    auto noOpt = zebotest::run("'" + vltadmPath() + "' -c '" + repo.path("none.opt") + "' count node1");
+    auto noOpt =
+        zebotest::run("'" + vltadmPath() + "' -c '" + repo.path("none.opt") + "' count node1");
     EXPECT_NE(noOpt.status, 0);
     EXPECT_TRUE(mentions(noOpt, "none.opt")) << noOpt.err;
 }

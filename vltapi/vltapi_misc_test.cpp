@@ -16,15 +16,44 @@ namespace {
 
 // Every code the header defines.
 const int16_t kCodes[] = {
-    RVK_RC_OK, RVK_RC_NO_MATCH, RVK_RC_PASSWD_EXPIRED, RVK_RC_NO_MEMORY, RVK_RC_NULL_POINTER,
-    RVK_RC_BAD_STVERSION, RVK_RC_INVALID_ARGUMENT, RVK_RC_STRING_TOO_LONG, RVK_RC_INVALID_HANDLE,
-    RVK_RC_NOT_SET_UP, RVK_RC_WRONG_STATE, RVK_RC_OPTFILE_UNREADABLE, RVK_RC_OPTION_INVALID,
-    RVK_RC_NO_REPOSITORY, RVK_RC_NO_NODE_NAME, RVK_RC_NO_PASSWORD, RVK_RC_FINISHED, RVK_RC_PASSWORD_INVALID,
-    RVK_RC_TXN_LIMIT, RVK_RC_OBJ_NOT_FOUND, RVK_RC_DELETE_NOT_ALLOWED, RVK_RC_NOT_SUPPORTED,
-    RVK_RC_FS_NOT_REGISTERED, RVK_RC_REPOSITORY_ERROR, RVK_RC_REPOSITORY_VERSION, RVK_RC_SERVER_BUSY,
-    RVK_RC_BUFFER_TOO_SMALL, RVK_RC_WILDCARD_NOT_ALLOWED, RVK_RC_NAME_EXISTS, RVK_RC_CRYPTO_FAILURE,
-    RVK_RC_PASSWORD_STORE_ERROR, RVK_RC_TOO_MANY_SESSIONS, RVK_RC_AUTH_FAILURE, RVK_RC_UNKNOWN_RC,
-    RVK_RC_NO_STORED_PASSWORD, RVK_RC_FS_ALREADY_REGISTERED, RVK_RC_MORE_DATA, RVK_RC_CHECK_REASON_CODE,
+    RVK_RC_OK,
+    RVK_RC_NO_MATCH,
+    RVK_RC_PASSWD_EXPIRED,
+    RVK_RC_NO_MEMORY,
+    RVK_RC_NULL_POINTER,
+    RVK_RC_BAD_STVERSION,
+    RVK_RC_INVALID_ARGUMENT,
+    RVK_RC_STRING_TOO_LONG,
+    RVK_RC_INVALID_HANDLE,
+    RVK_RC_NOT_SET_UP,
+    RVK_RC_WRONG_STATE,
+    RVK_RC_OPTFILE_UNREADABLE,
+    RVK_RC_OPTION_INVALID,
+    RVK_RC_NO_REPOSITORY,
+    RVK_RC_NO_NODE_NAME,
+    RVK_RC_NO_PASSWORD,
+    RVK_RC_FINISHED,
+    RVK_RC_PASSWORD_INVALID,
+    RVK_RC_TXN_LIMIT,
+    RVK_RC_OBJ_NOT_FOUND,
+    RVK_RC_DELETE_NOT_ALLOWED,
+    RVK_RC_NOT_SUPPORTED,
+    RVK_RC_FS_NOT_REGISTERED,
+    RVK_RC_REPOSITORY_ERROR,
+    RVK_RC_REPOSITORY_VERSION,
+    RVK_RC_SERVER_BUSY,
+    RVK_RC_BUFFER_TOO_SMALL,
+    RVK_RC_WILDCARD_NOT_ALLOWED,
+    RVK_RC_NAME_EXISTS,
+    RVK_RC_CRYPTO_FAILURE,
+    RVK_RC_PASSWORD_STORE_ERROR,
+    RVK_RC_TOO_MANY_SESSIONS,
+    RVK_RC_AUTH_FAILURE,
+    RVK_RC_UNKNOWN_RC,
+    RVK_RC_NO_STORED_PASSWORD,
+    RVK_RC_FS_ALREADY_REGISTERED,
+    RVK_RC_MORE_DATA,
+    RVK_RC_CHECK_REASON_CODE,
     RVK_RC_COMM_FAILURE,
 };
 
@@ -88,7 +117,7 @@ TEST(Cipher, RoundTripWithANodeKey) {
 }
 
 class Events : public ::testing::Test {
-protected:
+  protected:
     void TearDown() override { rvkCleanUp(RVK_MULTITHREAD); }
     Repo repo;
 };
@@ -124,7 +153,8 @@ TEST_F(Events, GoToTheActivityLogAfterTheTransaction) {
     log = repo.adm("actlog").out;
     EXPECT_NE(log.find("second event"), std::string::npos);
     EXPECT_EQ(log.find("Deleted backup object"), std::string::npos);  // aborted
-    EXPECT_NE(zebotest::readFile(repo.path("rvkerror.log")).find("NODE1: first event"), std::string::npos);
+    EXPECT_NE(zebotest::readFile(repo.path("rvkerror.log")).find("NODE1: first event"),
+              std::string::npos);
 
     in.severity = 9;
     EXPECT_EQ(rvkLogEventEx(h, &in, nullptr), RVK_RC_INVALID_ARGUMENT);
@@ -160,8 +190,8 @@ TEST(FaultsChild, Run) {
 TEST(Faults, InjectedCallsDoNothing) {
     Repo repo;
     auto r = zebotest::run("VLTAPI_TEST_FAULT_OPTFILE='" + repo.optFile() +
-                           "' RVK_FAULTS='rvkInitEx@1-2=-50, rvkBeginTxn@2=128,bogus@1' '" + selfPath() +
-                           "' --gtest_filter=FaultsChild.Run");
+                           "' RVK_FAULTS='rvkInitEx@1-2=-50, rvkBeginTxn@2=128,bogus@1' '" +
+                           selfPath() + "' --gtest_filter=FaultsChild.Run");
     EXPECT_EQ(r.status, 0) << r.out << r.err;
     EXPECT_NE(r.out.find("[  PASSED  ] 1 test"), std::string::npos) << r.out;
     EXPECT_NE(r.err.find("ignoring malformed entry 'bogus@1'"), std::string::npos) << r.err;
@@ -176,7 +206,8 @@ TEST(Loading, ByBareNameFromAProgramWithoutTheDependencies) {
     std::string missingDir = zebotest::libDir() + "/../testlib/missing";
     auto missing = zebotest::run("LD_LIBRARY_PATH='" + missingDir + "' '" + probe + "'");
     EXPECT_EQ(missing.status, 3) << missing.out;
-    EXPECT_EQ(missing.out.substr(0, missing.out.find("version")), "missing rvkUpdateObj\nfound 42\n");
+    EXPECT_EQ(missing.out.substr(0, missing.out.find("version")),
+              "missing rvkUpdateObj\nfound 42\n");
 }
 
 }  // namespace

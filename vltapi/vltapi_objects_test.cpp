@@ -11,7 +11,7 @@ using namespace vltest;
 namespace {
 
 class Objects : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         ASSERT_EQ(setUp(repo.optFile()), RVK_RC_OK);
         ASSERT_EQ(logOn(&h, "node1", "pw-one", "oracle"), RVK_RC_OK);
@@ -110,7 +110,8 @@ TEST_F(Objects, RegisterFileSpaceOnce) {
     upd.stVersion = RVK_FSUPD_VERSION;
     upd.capacity.lo = 1000;
     EXPECT_EQ(rvkUpdateFS(h, const_cast<char*>("/fs"), &upd, RVK_FSUPD_CAPACITY), RVK_RC_OK);
-    EXPECT_EQ(rvkUpdateFS(h, const_cast<char*>("/nofs"), &upd, RVK_FSUPD_CAPACITY), RVK_RC_FS_NOT_REGISTERED);
+    EXPECT_EQ(rvkUpdateFS(h, const_cast<char*>("/nofs"), &upd, RVK_FSUPD_CAPACITY),
+              RVK_RC_FS_NOT_REGISTERED);
 }
 
 TEST_F(Objects, SendAndReadBack) {
@@ -141,7 +142,8 @@ TEST_F(Objects, AbortedSendLeavesNothing) {
     memset(&attr, 0, sizeof attr);
     attr.stVersion = RVK_OBJATTR_VERSION;
     ASSERT_EQ(rvkBeginTxn(h), RVK_RC_OK);
-    EXPECT_EQ(rvkSendObj(h, RVK_SEND_BACKUP, nullptr, &n, &attr, nullptr), RVK_RC_FS_NOT_REGISTERED);
+    EXPECT_EQ(rvkSendObj(h, RVK_SEND_BACKUP, nullptr, &n, &attr, nullptr),
+              RVK_RC_FS_NOT_REGISTERED);
     EXPECT_EQ(rvkSendObj(h, RVK_SEND_ARCHIVE, nullptr, &n, &attr, nullptr), RVK_RC_NOT_SUPPORTED);
     uint16_t reason = 0;
     EXPECT_EQ(rvkEndTxn(h, RVK_VOTE_COMMIT, &reason), RVK_RC_CHECK_REASON_CODE);
@@ -180,7 +182,8 @@ TEST_F(Objects, RenameUpdateAndDeleteFileSpace) {
     attr.stVersion = RVK_OBJATTR_VERSION;
     strcpy(attr.owner, "grid");
     ASSERT_EQ(rvkBeginTxn(h), RVK_RC_OK);
-    EXPECT_EQ(rvkUpdateObj(h, RVK_SEND_BACKUP, nullptr, &bName, &attr, RVK_UPDOBJ_OWNER), RVK_RC_OK);
+    EXPECT_EQ(rvkUpdateObj(h, RVK_SEND_BACKUP, nullptr, &bName, &attr, RVK_UPDOBJ_OWNER),
+              RVK_RC_OK);
     EXPECT_EQ(rvkEndTxn(h, RVK_VOTE_COMMIT, &reason), RVK_RC_OK);
     EXPECT_EQ(query(h, "/fs", "/h", "/b").objects.at(0).owner, "grid");
 
@@ -199,7 +202,8 @@ TEST_F(Objects, ManagementClassAndUnsupportedFunctions) {
     EXPECT_STREQ(key.mcName, "STANDARD");
     EXPECT_EQ(rvkBindMC(h, &n, RVK_SEND_ARCHIVE, &key), RVK_RC_NOT_SUPPORTED);
 
-    EXPECT_EQ(rvkSetAccess(h, RVK_ACCESS_BACKUP, &n, const_cast<char*>("node2"), nullptr), RVK_RC_NOT_SUPPORTED);
+    EXPECT_EQ(rvkSetAccess(h, RVK_ACCESS_BACKUP, &n, const_cast<char*>("node2"), nullptr),
+              RVK_RC_NOT_SUPPORTED);
     rvkAccessRule* rules = nullptr;
     uint16_t count = 9;
     EXPECT_EQ(rvkQueryAccess(h, &rules, &count), RVK_RC_NOT_SUPPORTED);

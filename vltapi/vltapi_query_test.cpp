@@ -13,7 +13,7 @@ using namespace vltest;
 namespace {
 
 class Query : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         repo.load("node1",
                   "/oracle\t/ORCL\t/piece_a1\t2024-01-10 08:00:00\t100\n"
@@ -42,13 +42,16 @@ TEST_F(Query, WildcardsOnEveryNamePart) {
     EXPECT_EQ(all.lastRc, RVK_RC_FINISHED);
     EXPECT_EQ(all.objects.size(), 5u);  // node2's object is not among them
     EXPECT_EQ(names(query(h, "/oracle", "/*", "/*")),
-              (std::set<std::string>{"/oracle/ORCL/piece_a1", "/oracle/ORCL/piece_a2", "/oracle/TEST/piece_b1"}));
-    EXPECT_EQ(names(query(h, "/oracle?", "/*", "/*")), (std::set<std::string>{"/oracle2/ORCL/piece_c1"}));
+              (std::set<std::string>{"/oracle/ORCL/piece_a1", "/oracle/ORCL/piece_a2",
+                                     "/oracle/TEST/piece_b1"}));
+    EXPECT_EQ(names(query(h, "/oracle?", "/*", "/*")),
+              (std::set<std::string>{"/oracle2/ORCL/piece_c1"}));
     EXPECT_EQ(names(query(h, "/oracle*", "/ORCL", "/piece_a?")),
               (std::set<std::string>{"/oracle/ORCL/piece_a1", "/oracle/ORCL/piece_a2"}));
     EXPECT_EQ(names(query(h, "*", "*", "*1")).size(), 3u);
     // "*" spans the delimiter.
-    EXPECT_EQ(names(query(h, "/ora*", "*", "*_b1")), (std::set<std::string>{"/oracle/TEST/piece_b1"}));
+    EXPECT_EQ(names(query(h, "/ora*", "*", "*_b1")),
+              (std::set<std::string>{"/oracle/TEST/piece_b1"}));
     // Exact names.
     EXPECT_EQ(query(h, "/oracle", "/ORCL", "/piece_a2").objects.size(), 1u);
     EXPECT_EQ(query(h, "/oracle", "/orcl", "/piece_a2").objects.size(), 0u);  // case-sensitive
@@ -66,12 +69,16 @@ TEST_F(Query, NoMatchThenFinished) {
 }
 
 TEST_F(Query, PointInTimeTakesObjectsInsertedAtOrBefore) {
-    EXPECT_EQ(query(h, "*", "*", "*", RVK_STATE_ACTIVE, date(2024, 1, 10, 8, 0, 0)).objects.size(), 2u);
-    EXPECT_EQ(query(h, "*", "*", "*", RVK_STATE_ACTIVE, date(2024, 1, 10, 7, 59, 59)).objects.size(), 1u);
-    EXPECT_EQ(query(h, "*", "*", "*", RVK_STATE_ACTIVE, date(2023, 12, 31, 23, 59, 59)).lastRc, RVK_RC_NO_MATCH);
+    EXPECT_EQ(query(h, "*", "*", "*", RVK_STATE_ACTIVE, date(2024, 1, 10, 8, 0, 0)).objects.size(),
+              2u);
+    EXPECT_EQ(
+        query(h, "*", "*", "*", RVK_STATE_ACTIVE, date(2024, 1, 10, 7, 59, 59)).objects.size(), 1u);
+    EXPECT_EQ(query(h, "*", "*", "*", RVK_STATE_ACTIVE, date(2023, 12, 31, 23, 59, 59)).lastRc,
+              RVK_RC_NO_MATCH);
     EXPECT_EQ(query(h, "*", "*", "*", RVK_STATE_ACTIVE, date(2030, 1, 1)).objects.size(), 5u);
     // An impossible date is refused.
-    EXPECT_EQ(query(h, "*", "*", "*", RVK_STATE_ACTIVE, date(2024, 2, 30)).beginRc, RVK_RC_INVALID_ARGUMENT);
+    EXPECT_EQ(query(h, "*", "*", "*", RVK_STATE_ACTIVE, date(2024, 2, 30)).beginRc,
+              RVK_RC_INVALID_ARGUMENT);
 }
 
 TEST_F(Query, NewVersionMakesTheOldOneInactive) {
@@ -100,9 +107,11 @@ TEST_F(Query, IdsAndSizesUseBothHalves) {
     // Ids agree with the admin tool's listing, and pass 2^32 soon.
     std::string listing = repo.adm("list node1").out;
     for (auto& o : query(h, "*", "*", "*").objects)
-        EXPECT_NE(listing.find(std::to_string(o.id) + "\t" + o.fs + "\t" + o.hl + "\t" + o.ll), std::string::npos);
+        EXPECT_NE(listing.find(std::to_string(o.id) + "\t" + o.fs + "\t" + o.hl + "\t" + o.ll),
+                  std::string::npos);
     std::string many;
-    for (int i = 0; i < 300; ++i) many += "/bulk\t/h\t/o" + std::to_string(i) + "\t2024-01-01 00:00:00\t1\n";
+    for (int i = 0; i < 300; ++i)
+        many += "/bulk\t/h\t/o" + std::to_string(i) + "\t2024-01-01 00:00:00\t1\n";
     repo.load("node1", many);
     bool high = false;
     for (auto& o : query(h, "/bulk", "*", "*").objects) high = high || (o.id >> 32) != 0;
@@ -112,11 +121,15 @@ TEST_F(Query, IdsAndSizesUseBothHalves) {
 TEST_F(Query, OwnerAndObjectType) {
     repo.load("node1", "/owned\t/h\t/a\t2024-01-01 00:00:00\t1\n", "oracle");
     repo.load("node1", "/owned\t/h\t/b\t2024-01-01 00:00:00\t1\n", "grid");
-    EXPECT_EQ(query(h, "/owned", "*", "*", RVK_STATE_ACTIVE, rvkDate{}, "oracle").objects.size(), 1u);
+    EXPECT_EQ(query(h, "/owned", "*", "*", RVK_STATE_ACTIVE, rvkDate{}, "oracle").objects.size(),
+              1u);
     EXPECT_EQ(query(h, "/owned", "*", "*", RVK_STATE_ACTIVE, rvkDate{}, "*r*").objects.size(), 2u);
     EXPECT_EQ(query(h, "/owned", "*", "*", RVK_STATE_ACTIVE, rvkDate{}, "").objects.size(), 2u);
-    EXPECT_EQ(query(h, "/owned", "*", "*", RVK_STATE_ACTIVE, rvkDate{}, nullptr, RVK_OBJ_FILE).objects.size(), 2u);
-    EXPECT_EQ(query(h, "/owned", "*", "*", RVK_STATE_ACTIVE, rvkDate{}, nullptr, RVK_OBJ_DIRECTORY).lastRc,
+    EXPECT_EQ(query(h, "/owned", "*", "*", RVK_STATE_ACTIVE, rvkDate{}, nullptr, RVK_OBJ_FILE)
+                  .objects.size(),
+              2u);
+    EXPECT_EQ(query(h, "/owned", "*", "*", RVK_STATE_ACTIVE, rvkDate{}, nullptr, RVK_OBJ_DIRECTORY)
+                  .lastRc,
               RVK_RC_NO_MATCH);
 }
 

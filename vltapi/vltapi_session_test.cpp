@@ -13,7 +13,7 @@ using namespace vltest;
 namespace {
 
 class Session : public ::testing::Test {
-protected:
+  protected:
     void TearDown() override {
         rvkCleanUp(RVK_MULTITHREAD);
         unsetenv("RVKI_CONFIG");
@@ -94,7 +94,8 @@ TEST_F(Session, MissingRepositoryIsCommunicationFailure) {
     uint32_t h = 0;
     EXPECT_EQ(logOn(&h, "node1", "pw-one"), RVK_RC_COMM_FAILURE);
     // The failure is described in the client error log next to the options.
-    EXPECT_NE(zebotest::readFile(repo.path("rvkerror.log")).find("does-not-exist.db"), std::string::npos);
+    EXPECT_NE(zebotest::readFile(repo.path("rvkerror.log")).find("does-not-exist.db"),
+              std::string::npos);
 }
 
 TEST_F(Session, ForeignFileIsNotARepository) {
@@ -176,8 +177,10 @@ TEST_F(Session, ExpiredPasswordMustBeChanged) {
     ASSERT_EQ(logOn(&h, "node1", "pw-one"), RVK_RC_PASSWD_EXPIRED);
     ASSERT_NE(h, 0u);
     EXPECT_EQ(rvkBeginTxn(h), RVK_RC_PASSWD_EXPIRED);
-    EXPECT_EQ(rvkChangePW(h, const_cast<char*>("wrong"), const_cast<char*>("pw-new")), RVK_RC_AUTH_FAILURE);
-    EXPECT_EQ(rvkChangePW(h, const_cast<char*>("pw-one"), const_cast<char*>("pw-one")), RVK_RC_PASSWORD_INVALID);
+    EXPECT_EQ(rvkChangePW(h, const_cast<char*>("wrong"), const_cast<char*>("pw-new")),
+              RVK_RC_AUTH_FAILURE);
+    EXPECT_EQ(rvkChangePW(h, const_cast<char*>("pw-one"), const_cast<char*>("pw-one")),
+              RVK_RC_PASSWORD_INVALID);
     ASSERT_EQ(rvkChangePW(h, const_cast<char*>("pw-one"), const_cast<char*>("pw-new")), RVK_RC_OK);
     EXPECT_EQ(rvkBeginTxn(h), RVK_RC_OK);
     uint32_t h2 = 0;

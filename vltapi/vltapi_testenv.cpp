@@ -6,7 +6,9 @@
 
 namespace vltest {
 
-std::string vltadmPath() { return zebotest::binDir() + "/vltadm"; }
+std::string vltadmPath() {
+    return zebotest::binDir() + "/vltadm";
+}
 
 namespace {
 
@@ -66,7 +68,9 @@ uint64_t Repo::count(const std::string& node) const {
     return strtoull(r.out.c_str(), nullptr, 10);
 }
 
-std::vector<std::string> Repo::actlog() const { return zebotest::lines(adm("actlog").out); }
+std::vector<std::string> Repo::actlog() const {
+    return zebotest::lines(adm("actlog").out);
+}
 
 int16_t setUp(const std::string& optFile) {
     rvkEnvSetUp env;
@@ -79,7 +83,8 @@ int16_t setUp(const std::string& optFile) {
     return rvkSetUp(RVK_MULTITHREAD, &env);
 }
 
-int16_t logOn(uint32_t* handle, const char* node, const char* password, const char* owner, const char* options) {
+int16_t logOn(uint32_t* handle, const char* node, const char* password, const char* owner,
+              const char* options) {
     rvkApiVersionEx ver;
     memset(&ver, 0, sizeof ver);
     ver.stVersion = RVK_APIVERSIONEX_VERSION;
@@ -100,8 +105,9 @@ int16_t logOn(uint32_t* handle, const char* node, const char* password, const ch
     return rvkInitEx(handle, &in, &out);
 }
 
-QueryResult query(uint32_t handle, const std::string& fs, const std::string& hl, const std::string& ll,
-                  uint8_t state, rvkDate pit, const char* owner, uint8_t type) {
+QueryResult query(uint32_t handle, const std::string& fs, const std::string& hl,
+                  const std::string& ll, uint8_t state, rvkDate pit, const char* owner,
+                  uint8_t type) {
     QueryResult res;
     rvkObjName name;
     memset(&name, 0, sizeof name);
@@ -153,8 +159,8 @@ rvkDelInfo delInfo(uint64_t id) {
     return d;
 }
 
-int16_t deleteInTxn(uint32_t handle, const std::vector<uint64_t>& ids, uint8_t vote, uint16_t* reason,
-                    std::vector<int16_t>* deleteRcs) {
+int16_t deleteInTxn(uint32_t handle, const std::vector<uint64_t>& ids, uint8_t vote,
+                    uint16_t* reason, std::vector<int16_t>* deleteRcs) {
     int16_t rc = rvkBeginTxn(handle);
     if (rc != RVK_RC_OK) return rc;
     for (uint64_t id : ids) {

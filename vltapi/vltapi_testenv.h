@@ -17,7 +17,7 @@ namespace vltest {
 // A repository with nodes NODE1 (password "pw-one") and NODE2 ("pw-two"),
 // server name TESTSRV, and the option file rvk.opt next to it.
 class Repo {
-public:
+  public:
     // `extraOptions` is appended to the option file.
     explicit Repo(const std::string& extraOptions = "");
     const std::string& optFile() const { return optFile_; }
@@ -25,11 +25,12 @@ public:
     // Runs "vltadm -c <optFile> <args>".
     zebotest::RunResult adm(const std::string& args, const std::string& input = "") const;
     // Loads objects (vltadm load), failing the test when it fails.
-    void load(const std::string& node, const std::string& lines, const std::string& owner = "") const;
+    void load(const std::string& node, const std::string& lines,
+              const std::string& owner = "") const;
     uint64_t count(const std::string& node) const;
     std::vector<std::string> actlog() const;
 
-private:
+  private:
     zebotest::TempDir dir_;
     std::string optFile_;
 };
@@ -59,15 +60,15 @@ struct QueryResult {
 };
 
 // A backup query; `pit` all zero for none, `owner` NULL for any.
-QueryResult query(uint32_t handle, const std::string& fs, const std::string& hl, const std::string& ll,
-                  uint8_t state = RVK_STATE_ACTIVE, rvkDate pit = rvkDate{}, const char* owner = nullptr,
-                  uint8_t type = RVK_OBJ_ANY);
+QueryResult query(uint32_t handle, const std::string& fs, const std::string& hl,
+                  const std::string& ll, uint8_t state = RVK_STATE_ACTIVE, rvkDate pit = rvkDate{},
+                  const char* owner = nullptr, uint8_t type = RVK_OBJ_ANY);
 
 rvkDelInfo delInfo(uint64_t id);
 
 // Deletes ids in one transaction with the vote; returns the end's result.
-int16_t deleteInTxn(uint32_t handle, const std::vector<uint64_t>& ids, uint8_t vote, uint16_t* reason,
-                    std::vector<int16_t>* deleteRcs = nullptr);
+int16_t deleteInTxn(uint32_t handle, const std::vector<uint64_t>& ids, uint8_t vote,
+                    uint16_t* reason, std::vector<int16_t>* deleteRcs = nullptr);
 
 rvkDate date(int y, int mo, int d, int h = 0, int mi = 0, int s = 0);
 

@@ -18,7 +18,9 @@ namespace {
 
 std::string objectLines(const std::string& fs, int n) {
     std::string s;
-    for (int i = 0; i < n; ++i) s += fs + "\t/h\t/o" + std::to_string(i) + "\t2024-01-01 00:00:00\t" + std::to_string(i) + "\n";
+    for (int i = 0; i < n; ++i)
+        s += fs + "\t/h\t/o" + std::to_string(i) + "\t2024-01-01 00:00:00\t" + std::to_string(i) +
+             "\n";
     return s;
 }
 
@@ -29,7 +31,7 @@ std::vector<uint64_t> ids(const QueryResult& r) {
 }
 
 class Txn : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         repo.load("node1", objectLines("/fs", 10));
         repo.load("node2", objectLines("/fs", 3));
@@ -56,13 +58,15 @@ protected:
 TEST_F(Txn, CommitDeletesAndLogsEachObject) {
     uint16_t reason = 99;
     std::vector<int16_t> rcs;
-    ASSERT_EQ(deleteInTxn(h, {mine[0], mine[1], mine[2]}, RVK_VOTE_COMMIT, &reason, &rcs), RVK_RC_OK);
+    ASSERT_EQ(deleteInTxn(h, {mine[0], mine[1], mine[2]}, RVK_VOTE_COMMIT, &reason, &rcs),
+              RVK_RC_OK);
     EXPECT_EQ(reason, 0);
     EXPECT_EQ(rcs, (std::vector<int16_t>{0, 0, 0}));
     EXPECT_EQ(repo.count("node1"), 7u);
     int logged = 0;
     for (auto& line : repo.actlog()) {
-        if (line.find("Deleted backup object " + std::to_string(mine[1]) + " /fs/h/o") != std::string::npos &&
+        if (line.find("Deleted backup object " + std::to_string(mine[1]) + " /fs/h/o") !=
+                std::string::npos &&
             line.find("NODE1") != std::string::npos)
             ++logged;
     }
@@ -94,7 +98,8 @@ TEST_F(Txn, AnotherNodesObjectIsRefusedAndDoomsTheCommit) {
 TEST_F(Txn, TheServerMaximumIsEnforced) {
     ASSERT_EQ(repo.adm("set maxobjpertxn 3").status, 0);
     ASSERT_EQ(rvkBeginTxn(h), RVK_RC_OK);
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(rvkDeleteObj(h, RVK_DEL_BACKUP_ID, delInfo(mine[i])), RVK_RC_OK);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(rvkDeleteObj(h, RVK_DEL_BACKUP_ID, delInfo(mine[i])), RVK_RC_OK);
     EXPECT_EQ(rvkDeleteObj(h, RVK_DEL_BACKUP_ID, delInfo(mine[3])), RVK_RC_TXN_LIMIT);
     uint16_t reason = 0;
     EXPECT_EQ(rvkEndTxn(h, RVK_VOTE_COMMIT, &reason), RVK_RC_CHECK_REASON_CODE);
@@ -155,7 +160,8 @@ TEST_F(Txn, KilledClientLeavesEveryObjectOfItsTransaction) {
             rvkBeginTxn(ch) != RVK_RC_OK)
             state = 'F';
         for (uint64_t id : mine)
-            if (state == 'R' && rvkDeleteObj(ch, RVK_DEL_BACKUP_ID, delInfo(id)) != RVK_RC_OK) state = 'F';
+            if (state == 'R' && rvkDeleteObj(ch, RVK_DEL_BACKUP_ID, delInfo(id)) != RVK_RC_OK)
+                state = 'F';
         if (write(fds[1], &state, 1) != 1) _exit(3);
         pause();
         _exit(0);
@@ -188,7 +194,8 @@ TEST_F(Txn, TwoProcessesDeleteFromOneRepository) {
         ASSERT_GE(pids[child], 0);
         if (pids[child] == 0) {
             uint32_t ch = 0;
-            if (setUp(repo.optFile()) != RVK_RC_OK || logOn(&ch, "node1", "pw-one") != RVK_RC_OK) _exit(2);
+            if (setUp(repo.optFile()) != RVK_RC_OK || logOn(&ch, "node1", "pw-one") != RVK_RC_OK)
+                _exit(2);
             std::vector<uint64_t> batch;
             uint16_t reason = 0;
             for (size_t i = child; i < all.size(); i += 2) {
@@ -208,7 +215,8 @@ TEST_F(Txn, TwoProcessesDeleteFromOneRepository) {
     }
     EXPECT_EQ(repo.count("node1"), 10u);
     size_t logged = 0;
-    for (auto& line : repo.actlog()) logged += line.find("Deleted backup object") != std::string::npos;
+    for (auto& line : repo.actlog())
+        logged += line.find("Deleted backup object") != std::string::npos;
     EXPECT_EQ(logged, 1200u);
 }
 

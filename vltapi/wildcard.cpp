@@ -2,7 +2,9 @@
 
 namespace vlt {
 
-bool hasWildcard(const std::string& p) { return p.find_first_of("*?") != std::string::npos; }
+bool hasWildcard(const std::string& p) {
+    return p.find_first_of("*?") != std::string::npos;
+}
 
 // Iterative matcher with one back-track point: linear in practice, and no
 // recursion that a long pattern of stars could blow up.

@@ -65,7 +65,8 @@ int query(uint32_t h) {
     int16_t rc;
     while ((rc = rvkGetNextQObj(h, &blk)) == RVK_RC_MORE_DATA) {
         ++n;
-        bytes += (static_cast<unsigned long long>(resp.sizeEstimate.hi) << 32) | resp.sizeEstimate.lo;
+        bytes +=
+            (static_cast<unsigned long long>(resp.sizeEstimate.hi) << 32) | resp.sizeEstimate.lo;
     }
     if (rc != RVK_RC_FINISHED && rc != RVK_RC_NO_MATCH) return fail("rvkGetNextQObj", rc);
     rvkEndQuery(h);
@@ -93,10 +94,12 @@ int remove(uint32_t h) {
             if (int16_t rc = rvkDeleteObj(h, RVK_DEL_BACKUP_ID, d)) return fail("rvkDeleteObj", rc);
         }
         uint16_t reason = 0;
-        if (int16_t rc = rvkEndTxn(h, RVK_VOTE_COMMIT, &reason)) return fail("rvkEndTxn", rc ? rc : reason);
+        if (int16_t rc = rvkEndTxn(h, RVK_VOTE_COMMIT, &reason))
+            return fail("rvkEndTxn", rc ? rc : reason);
         ++txns;
     }
-    printf("deleted %zu objects in %zu transactions of at most %u\n", ids.size(), txns, info.maxObjPerTxn);
+    printf("deleted %zu objects in %zu transactions of at most %u\n", ids.size(), txns,
+           info.maxObjPerTxn);
     return 0;
 }
 

@@ -40,61 +40,66 @@ extern "C" {
 /* Version of this library                                                  */
 /* ------------------------------------------------------------------------ */
 
-#define RVK_API_VERSION   5
-#define RVK_API_RELEASE   5
-#define RVK_API_LEVEL     2
-#define RVK_API_SUBLEVEL  1
+#define RVK_API_VERSION 5
+#define RVK_API_RELEASE 5
+#define RVK_API_LEVEL 2
+#define RVK_API_SUBLEVEL 1
 
 /* ------------------------------------------------------------------------ */
 /* Return codes                                                             */
 /* ------------------------------------------------------------------------ */
 
-#define RVK_RC_OK                      0    /* success                                  */
-#define RVK_RC_NO_MATCH                2    /* a query matched no object                */
-#define RVK_RC_PASSWD_EXPIRED          52   /* password expired: only rvkChangePW,
-                                               rvkTerminate, rvkQuerySessInfo,
-                                               rvkQuerySessOptions and the message
-                                               calls work until it is changed      */
-#define RVK_RC_NO_MEMORY               102  /* out of memory                            */
-#define RVK_RC_NULL_POINTER            109  /* a required pointer argument is NULL      */
-#define RVK_RC_BAD_STVERSION           110  /* a record's structure version is wrong    */
-#define RVK_RC_INVALID_ARGUMENT        111  /* an argument has a value not allowed here */
-#define RVK_RC_STRING_TOO_LONG         112  /* a string does not fit its field          */
-#define RVK_RC_INVALID_HANDLE          113  /* no open session has this handle          */
-#define RVK_RC_NOT_SET_UP              114  /* rvkSetUp has not been called             */
-#define RVK_RC_WRONG_STATE             115  /* call not allowed in the session's state  */
-#define RVK_RC_OPTFILE_UNREADABLE      116  /* the option file cannot be read           */
-#define RVK_RC_OPTION_INVALID          117  /* bad keyword or value in options          */
-#define RVK_RC_NO_REPOSITORY           118  /* no REPOSITORY option                     */
-#define RVK_RC_NO_NODE_NAME            119  /* no node name given or in the options     */
-#define RVK_RC_NO_PASSWORD             120  /* no password given (PASSWORDACCESS PROMPT)*/
-#define RVK_RC_FINISHED                121  /* query finished: no more objects          */
-#define RVK_RC_PASSWORD_INVALID        122  /* new password empty, too long or same     */
-#define RVK_RC_TXN_LIMIT               123  /* more operations in the transaction than
-                                               the server's maximum per transaction     */
-#define RVK_RC_OBJ_NOT_FOUND           124  /* object id names no object of this node   */
-#define RVK_RC_DELETE_NOT_ALLOWED      125  /* node has no right to delete backups      */
-#define RVK_RC_NOT_SUPPORTED           126  /* function not supported by this server    */
-#define RVK_RC_FS_NOT_REGISTERED       127  /* file space not registered for this node  */
-#define RVK_RC_REPOSITORY_ERROR        128  /* database error; details in the error log */
-#define RVK_RC_REPOSITORY_VERSION      129  /* repository made by another version       */
-#define RVK_RC_SERVER_BUSY             130  /* repository locked beyond the time-out    */
-#define RVK_RC_BUFFER_TOO_SMALL        131  /* caller's buffer smaller than the record  */
-#define RVK_RC_WILDCARD_NOT_ALLOWED    132  /* wildcard in a name that must be exact    */
-#define RVK_RC_NAME_EXISTS             133  /* an active object already has that name   */
-#define RVK_RC_CRYPTO_FAILURE          134  /* the crypto library failed                */
-#define RVK_RC_PASSWORD_STORE_ERROR    135  /* stored password file unusable or its
-                                               permissions are not owner-only            */
-#define RVK_RC_TOO_MANY_SESSIONS       136  /* too many open sessions in this process   */
-#define RVK_RC_AUTH_FAILURE            137  /* node unknown or password wrong           */
-#define RVK_RC_UNKNOWN_RC              138  /* rvkRCMsg: the code is not one of these   */
-#define RVK_RC_NO_STORED_PASSWORD      168  /* PASSWORDACCESS GENERATE but no password
-                                               is stored for the node                    */
-#define RVK_RC_FS_ALREADY_REGISTERED   2062 /* file space already registered            */
-#define RVK_RC_MORE_DATA               2200 /* more data / another object follows       */
-#define RVK_RC_CHECK_REASON_CODE       2302 /* transaction failed: see the reason code  */
-#define RVK_RC_COMM_FAILURE            (-50) /* no connection: the repository cannot be
-                                                opened (missing file, no access)         */
+#define RVK_RC_OK 0       /* success                                  */
+#define RVK_RC_NO_MATCH 2 /* a query matched no object                */
+#define RVK_RC_PASSWD_EXPIRED                                                \
+    52                                /* password expired: only rvkChangePW, \
+                                         rvkTerminate, rvkQuerySessInfo,     \
+                                         rvkQuerySessOptions and the message \
+                                         calls work until it is changed      */
+#define RVK_RC_NO_MEMORY 102          /* out of memory                            */
+#define RVK_RC_NULL_POINTER 109       /* a required pointer argument is NULL      */
+#define RVK_RC_BAD_STVERSION 110      /* a record's structure version is wrong    */
+#define RVK_RC_INVALID_ARGUMENT 111   /* an argument has a value not allowed here */
+#define RVK_RC_STRING_TOO_LONG 112    /* a string does not fit its field          */
+#define RVK_RC_INVALID_HANDLE 113     /* no open session has this handle          */
+#define RVK_RC_NOT_SET_UP 114         /* rvkSetUp has not been called             */
+#define RVK_RC_WRONG_STATE 115        /* call not allowed in the session's state  */
+#define RVK_RC_OPTFILE_UNREADABLE 116 /* the option file cannot be read           */
+#define RVK_RC_OPTION_INVALID 117     /* bad keyword or value in options          */
+#define RVK_RC_NO_REPOSITORY 118      /* no REPOSITORY option                     */
+#define RVK_RC_NO_NODE_NAME 119       /* no node name given or in the options     */
+#define RVK_RC_NO_PASSWORD 120        /* no password given (PASSWORDACCESS PROMPT)*/
+#define RVK_RC_FINISHED 121           /* query finished: no more objects          */
+#define RVK_RC_PASSWORD_INVALID 122   /* new password empty, too long or same     */
+#define RVK_RC_TXN_LIMIT                                                           \
+    123                                 /* more operations in the transaction than \
+                                           the server's maximum per transaction     */
+#define RVK_RC_OBJ_NOT_FOUND 124        /* object id names no object of this node   */
+#define RVK_RC_DELETE_NOT_ALLOWED 125   /* node has no right to delete backups      */
+#define RVK_RC_NOT_SUPPORTED 126        /* function not supported by this server    */
+#define RVK_RC_FS_NOT_REGISTERED 127    /* file space not registered for this node  */
+#define RVK_RC_REPOSITORY_ERROR 128     /* database error; details in the error log */
+#define RVK_RC_REPOSITORY_VERSION 129   /* repository made by another version       */
+#define RVK_RC_SERVER_BUSY 130          /* repository locked beyond the time-out    */
+#define RVK_RC_BUFFER_TOO_SMALL 131     /* caller's buffer smaller than the record  */
+#define RVK_RC_WILDCARD_NOT_ALLOWED 132 /* wildcard in a name that must be exact    */
+#define RVK_RC_NAME_EXISTS 133          /* an active object already has that name   */
+#define RVK_RC_CRYPTO_FAILURE 134       /* the crypto library failed                */
+#define RVK_RC_PASSWORD_STORE_ERROR                                          \
+    135                              /* stored password file unusable or its \
+                                        permissions are not owner-only            */
+#define RVK_RC_TOO_MANY_SESSIONS 136 /* too many open sessions in this process   */
+#define RVK_RC_AUTH_FAILURE 137      /* node unknown or password wrong           */
+#define RVK_RC_UNKNOWN_RC 138        /* rvkRCMsg: the code is not one of these   */
+#define RVK_RC_NO_STORED_PASSWORD                                                    \
+    168                                   /* PASSWORDACCESS GENERATE but no password \
+                                             is stored for the node                    */
+#define RVK_RC_FS_ALREADY_REGISTERED 2062 /* file space already registered            */
+#define RVK_RC_MORE_DATA 2200             /* more data / another object follows       */
+#define RVK_RC_CHECK_REASON_CODE 2302     /* transaction failed: see the reason code  */
+#define RVK_RC_COMM_FAILURE                          \
+    (-50) /* no connection: the repository cannot be \
+             opened (missing file, no access)         */
 
 /* Buffer size for rvkRCMsg, including the terminating NUL. */
 #define RVK_MSG_MAX 1024
@@ -103,59 +108,59 @@ extern "C" {
 /* Sizes of name fields (maximum lengths; the fields are one byte longer)   */
 /* ------------------------------------------------------------------------ */
 
-#define RVK_PATH_LEN          1280 /* size of path buffers (with NUL)        */
-#define RVK_LOGNAME_LEN       256  /* size of the log-name buffer (with NUL)  */
-#define RVK_NODE_NAME_MAX     63
-#define RVK_OWNER_NAME_MAX    65
-#define RVK_PASSWORD_MAX      64
-#define RVK_SERVER_NAME_MAX   64
-#define RVK_HOST_NAME_MAX     64
-#define RVK_SERVER_TYPE_MAX   32
-#define RVK_APP_TYPE_MAX      32
-#define RVK_FS_NAME_MAX       1024
-#define RVK_HL_NAME_MAX       1024
-#define RVK_LL_NAME_MAX       256
-#define RVK_FS_TYPE_MAX       32
-#define RVK_FS_INFO_MAX       500
-#define RVK_OBJ_INFO_MAX      255
-#define RVK_MC_NAME_MAX       30
-#define RVK_DOMAIN_NAME_MAX   30
-#define RVK_PS_NAME_MAX       30
-#define RVK_APP_MSGID_MAX     8
+#define RVK_PATH_LEN 1280   /* size of path buffers (with NUL)        */
+#define RVK_LOGNAME_LEN 256 /* size of the log-name buffer (with NUL)  */
+#define RVK_NODE_NAME_MAX 63
+#define RVK_OWNER_NAME_MAX 65
+#define RVK_PASSWORD_MAX 64
+#define RVK_SERVER_NAME_MAX 64
+#define RVK_HOST_NAME_MAX 64
+#define RVK_SERVER_TYPE_MAX 32
+#define RVK_APP_TYPE_MAX 32
+#define RVK_FS_NAME_MAX 1024
+#define RVK_HL_NAME_MAX 1024
+#define RVK_LL_NAME_MAX 256
+#define RVK_FS_TYPE_MAX 32
+#define RVK_FS_INFO_MAX 500
+#define RVK_OBJ_INFO_MAX 255
+#define RVK_MC_NAME_MAX 30
+#define RVK_DOMAIN_NAME_MAX 30
+#define RVK_PS_NAME_MAX 30
+#define RVK_APP_MSGID_MAX 8
 
 /* ------------------------------------------------------------------------ */
 /* Structure versions                                                       */
 /* ------------------------------------------------------------------------ */
 
-#define RVK_ENVSETUP_VERSION        4
-#define RVK_APIVERSION_VERSION      1
-#define RVK_APIVERSIONEX_VERSION    2
-#define RVK_INITEXIN_VERSION        4
-#define RVK_INITEXOUT_VERSION       2
-#define RVK_SESSOPTIONS_VERSION     1
-#define RVK_CLIOPTIONS_VERSION      1
-#define RVK_SESSINFO_VERSION        3
-#define RVK_DATABLK_VERSION         1
-#define RVK_QRYBACKUPDATA_VERSION   2
-#define RVK_QRYRESPBACKUP_VERSION   6
-#define RVK_QRYFSDATA_VERSION       1
-#define RVK_QRYRESPFS_VERSION       1
-#define RVK_DELINFO_VERSION         1
-#define RVK_ENDTXNEXIN_VERSION      1
-#define RVK_ENDTXNEXOUT_VERSION     1
-#define RVK_REGFSDATA_VERSION       1
-#define RVK_FSUPD_VERSION           1
-#define RVK_MCBINDKEY_VERSION       1
-#define RVK_OBJATTR_VERSION         1
-#define RVK_ENDSENDOBJEXIN_VERSION  1
+#define RVK_ENVSETUP_VERSION 4
+#define RVK_APIVERSION_VERSION 1
+#define RVK_APIVERSIONEX_VERSION 2
+#define RVK_INITEXIN_VERSION 4
+#define RVK_INITEXOUT_VERSION 2
+#define RVK_SESSOPTIONS_VERSION 1
+#define RVK_CLIOPTIONS_VERSION 1
+#define RVK_SESSINFO_VERSION 3
+#define RVK_DATABLK_VERSION 1
+#define RVK_QRYBACKUPDATA_VERSION 2
+#define RVK_QRYRESPBACKUP_VERSION 6
+#define RVK_QRYFSDATA_VERSION 1
+#define RVK_QRYRESPFS_VERSION 1
+#define RVK_DELINFO_VERSION 1
+#define RVK_ENDTXNEXIN_VERSION 1
+#define RVK_ENDTXNEXOUT_VERSION 1
+#define RVK_REGFSDATA_VERSION 1
+#define RVK_FSUPD_VERSION 1
+#define RVK_MCBINDKEY_VERSION 1
+#define RVK_OBJATTR_VERSION 1
+#define RVK_ENDSENDOBJEXIN_VERSION 1
 #define RVK_ENDSENDOBJEXOUT_VERSION 2
-#define RVK_GETLIST_VERSION         1
-#define RVK_RENAMEIN_VERSION        1
-#define RVK_LOGEVENTIN_VERSION      1
-#define RVK_LOGEVENTOUT_VERSION     1
-#define RVK_MSGBUFFER_VERSION       1
-#define RVK_GROUPIN_VERSION         1
-#define RVK_GROUPOUT_VERSION        1
+#define RVK_GETLIST_VERSION 1
+#define RVK_RENAMEIN_VERSION 1
+#define RVK_LOGEVENTIN_VERSION 1
+#define RVK_LOGEVENTOUT_VERSION 1
+#define RVK_MSGBUFFER_VERSION 1
+#define RVK_GROUPIN_VERSION 1
+#define RVK_GROUPOUT_VERSION 1
 
 /* ------------------------------------------------------------------------ */
 /* Constants                                                                */
@@ -163,87 +168,87 @@ extern "C" {
 
 /* Booleans in uint8_t fields. */
 #define RVK_FALSE 0
-#define RVK_TRUE  1
+#define RVK_TRUE 1
 
 /* Multithread flag of rvkSetUp / rvkCleanUp (the library is always safe). */
 #define RVK_SINGLETHREAD 0
-#define RVK_MULTITHREAD  1
+#define RVK_MULTITHREAD 1
 
 /* Object types (rvkObjName.objType). */
-#define RVK_OBJ_FILE       1
-#define RVK_OBJ_DIRECTORY  2
-#define RVK_OBJ_ANY        0xFF /* queries only: any type */
+#define RVK_OBJ_FILE 1
+#define RVK_OBJ_DIRECTORY 2
+#define RVK_OBJ_ANY 0xFF /* queries only: any type */
 
 /* Object states (query data and response). */
-#define RVK_STATE_ACTIVE   1
+#define RVK_STATE_ACTIVE 1
 #define RVK_STATE_INACTIVE 2
-#define RVK_STATE_ANY      0xFF /* queries only: active and inactive */
+#define RVK_STATE_ANY 0xFF /* queries only: active and inactive */
 
 /* Query types of rvkBeginQuery. */
-#define RVK_QRY_ARCHIVE    0 /* not supported by this server */
-#define RVK_QRY_BACKUP     1 /* queryData: rvkQryBackupData, response rvkQryRespBackup */
-#define RVK_QRY_FILESPACE  2 /* queryData: rvkQryFSData,     response rvkQryRespFS     */
+#define RVK_QRY_ARCHIVE 0   /* not supported by this server */
+#define RVK_QRY_BACKUP 1    /* queryData: rvkQryBackupData, response rvkQryRespBackup */
+#define RVK_QRY_FILESPACE 2 /* queryData: rvkQryFSData,     response rvkQryRespFS     */
 
 /* Delete types of rvkDeleteObj. */
-#define RVK_DEL_ARCHIVE    1 /* not supported by this server */
-#define RVK_DEL_BACKUP_ID  2 /* backup object by its object id */
+#define RVK_DEL_ARCHIVE 1   /* not supported by this server */
+#define RVK_DEL_BACKUP_ID 2 /* backup object by its object id */
 
 /* Votes of rvkEndTxn / rvkEndTxnEx. */
-#define RVK_VOTE_COMMIT    1
-#define RVK_VOTE_ABORT     2
+#define RVK_VOTE_COMMIT 1
+#define RVK_VOTE_ABORT 2
 
 /* Send types (rvkBindMC, rvkSendObj, rvkUpdateObj). */
-#define RVK_SEND_ARCHIVE   1 /* not supported by this server */
-#define RVK_SEND_BACKUP    2
+#define RVK_SEND_ARCHIVE 1 /* not supported by this server */
+#define RVK_SEND_BACKUP 2
 
 /* Get types of rvkBeginGetData. */
-#define RVK_GET_BACKUP     1
-#define RVK_GET_ARCHIVE    2 /* not supported by this server */
+#define RVK_GET_BACKUP 1
+#define RVK_GET_ARCHIVE 2 /* not supported by this server */
 
 /* Repository selector of rvkDeleteFS. */
-#define RVK_REPOS_ARCHIVE  1 /* not supported by this server */
-#define RVK_REPOS_BACKUP   2
-#define RVK_REPOS_ALL      3
+#define RVK_REPOS_ARCHIVE 1 /* not supported by this server */
+#define RVK_REPOS_BACKUP 2
+#define RVK_REPOS_ALL 3
 
 /* Password access (rvkCliOptions / rvkSessOptions .passwordAccess). */
-#define RVK_PASSWD_PROMPT    0 /* the caller gives the password at log-on  */
-#define RVK_PASSWD_GENERATE  1 /* the library keeps the node's password    */
+#define RVK_PASSWD_PROMPT 0   /* the caller gives the password at log-on  */
+#define RVK_PASSWD_GENERATE 1 /* the library keeps the node's password    */
 
 /* User-name authorities (rvkInitExOut.userNameAuthorities). */
-#define RVK_AUTH_NODE      0 /* an ordinary node session */
+#define RVK_AUTH_NODE 0 /* an ordinary node session */
 
 /* rvkUpdateFS actions (may be or-ed). */
-#define RVK_FSUPD_FSTYPE          0x01
-#define RVK_FSUPD_FSINFO          0x02
-#define RVK_FSUPD_BACKSTARTDATE   0x04
+#define RVK_FSUPD_FSTYPE 0x01
+#define RVK_FSUPD_FSINFO 0x02
+#define RVK_FSUPD_BACKSTARTDATE 0x04
 #define RVK_FSUPD_BACKCOMPLETEDATE 0x08
-#define RVK_FSUPD_OCCUPANCY       0x10
-#define RVK_FSUPD_CAPACITY        0x20
+#define RVK_FSUPD_OCCUPANCY 0x10
+#define RVK_FSUPD_CAPACITY 0x20
 
 /* rvkUpdateObj actions (may be or-ed). */
-#define RVK_UPDOBJ_OWNER     0x01
-#define RVK_UPDOBJ_OBJINFO   0x02
-#define RVK_UPDOBJ_MC        0x04
+#define RVK_UPDOBJ_OWNER 0x01
+#define RVK_UPDOBJ_OBJINFO 0x02
+#define RVK_UPDOBJ_MC 0x04
 
 /* Event severities and log types (rvkLogEventIn). */
-#define RVK_SEV_INFO     0
-#define RVK_SEV_WARNING  1
-#define RVK_SEV_ERROR    2
-#define RVK_SEV_SEVERE   3
-#define RVK_LOG_SERVER   0 /* the server's activity log               */
-#define RVK_LOG_CLIENT   1 /* the client error log (set-up log dir)   */
-#define RVK_LOG_BOTH     2
+#define RVK_SEV_INFO 0
+#define RVK_SEV_WARNING 1
+#define RVK_SEV_ERROR 2
+#define RVK_SEV_SEVERE 3
+#define RVK_LOG_SERVER 0 /* the server's activity log               */
+#define RVK_LOG_CLIENT 1 /* the client error log (set-up log dir)   */
+#define RVK_LOG_BOTH 2
 
 /* Access-rule types of rvkSetAccess (access rules are not supported). */
-#define RVK_ACCESS_BACKUP  1
+#define RVK_ACCESS_BACKUP 1
 #define RVK_ACCESS_ARCHIVE 2
 
 /* Object-group actions of rvkGroupHandler (object groups are not supported). */
-#define RVK_GROUP_OPEN     1
-#define RVK_GROUP_CLOSE    2
-#define RVK_GROUP_ADD      3
-#define RVK_GROUP_ASSIGN   4
-#define RVK_GROUP_REMOVE   5
+#define RVK_GROUP_OPEN 1
+#define RVK_GROUP_CLOSE 2
+#define RVK_GROUP_ADD 3
+#define RVK_GROUP_ASSIGN 4
+#define RVK_GROUP_REMOVE 5
 
 /* ------------------------------------------------------------------------ */
 /* Value types                                                              */
@@ -258,21 +263,21 @@ typedef struct rvkU64 {
 /* A date and time of day in the server's local time. All zero = no date
    (in a point-in-time field: "now"). */
 typedef struct rvkDate {
-    uint16_t year;   /* e.g. 2024 */
-    uint8_t  month;  /* 1-12 */
-    uint8_t  day;    /* 1-31 */
-    uint8_t  hour;   /* 0-23 */
-    uint8_t  minute; /* 0-59 */
-    uint8_t  second; /* 0-59 */
+    uint16_t year;  /* e.g. 2024 */
+    uint8_t month;  /* 1-12 */
+    uint8_t day;    /* 1-31 */
+    uint8_t hour;   /* 0-23 */
+    uint8_t minute; /* 0-59 */
+    uint8_t second; /* 0-59 */
 } rvkDate;
 
 /* Name of an object: file space, high-level and low-level name, type. In
    queries the three names may hold the wildcards "*" (any sequence, "/"
    included) and "?" (any one character). */
 typedef struct rvkObjName {
-    char    fs[RVK_FS_NAME_MAX + 1];
-    char    hl[RVK_HL_NAME_MAX + 1];
-    char    ll[RVK_LL_NAME_MAX + 1];
+    char fs[RVK_FS_NAME_MAX + 1];
+    char hl[RVK_HL_NAME_MAX + 1];
+    char ll[RVK_LL_NAME_MAX + 1];
     uint8_t objType; /* RVK_OBJ_... */
 } rvkObjName;
 
@@ -286,19 +291,19 @@ typedef struct rvkObjName {
      optFile: RVKI_CONFIG, else apiDir "/rvk.opt";
      logDir:  RVKI_LOG, else apiDir;     logName: "rvkerror.log". */
 typedef struct rvkEnvSetUp {
-    uint16_t stVersion;             /* RVK_ENVSETUP_VERSION */
-    char     apiDir[RVK_PATH_LEN];
-    char     optFile[RVK_PATH_LEN];
-    char     logDir[RVK_PATH_LEN];
-    char**   argv;                  /* program's argument vector, may be NULL */
-    char     logName[RVK_LOGNAME_LEN];
-    uint8_t  incExclCaseSensitive;  /* accepted and ignored */
-    uint8_t  reserved[31];
+    uint16_t stVersion; /* RVK_ENVSETUP_VERSION */
+    char apiDir[RVK_PATH_LEN];
+    char optFile[RVK_PATH_LEN];
+    char logDir[RVK_PATH_LEN];
+    char** argv; /* program's argument vector, may be NULL */
+    char logName[RVK_LOGNAME_LEN];
+    uint8_t incExclCaseSensitive; /* accepted and ignored */
+    uint8_t reserved[31];
 } rvkEnvSetUp;
 
 /* rvkQueryApiVersion output (version 1). */
 typedef struct rvkApiVersion {
-    uint16_t stVersion;             /* RVK_APIVERSION_VERSION */
+    uint16_t stVersion; /* RVK_APIVERSION_VERSION */
     uint16_t version;
     uint16_t release;
     uint16_t level;
@@ -307,7 +312,7 @@ typedef struct rvkApiVersion {
 /* rvkQueryApiVersionEx output, and the caller's build version at log-on
    (version 2). */
 typedef struct rvkApiVersionEx {
-    uint16_t stVersion;             /* RVK_APIVERSIONEX_VERSION */
+    uint16_t stVersion; /* RVK_APIVERSIONEX_VERSION */
     uint16_t version;
     uint16_t release;
     uint16_t level;
@@ -316,24 +321,24 @@ typedef struct rvkApiVersionEx {
 
 /* rvkInitEx input (version 4). NULL or empty strings are "not given". */
 typedef struct rvkInitExIn {
-    uint16_t         stVersion;     /* RVK_INITEXIN_VERSION */
-    rvkApiVersionEx* apiVersionEx;  /* caller's build version; NULL allowed */
-    char*            nodeName;      /* NULL: NODENAME option                */
-    char*            ownerName;     /* owner of objects sent; NULL: ""      */
-    char*            password;      /* NULL: stored password (GENERATE)     */
-    char*            userName;      /* not used, must be NULL or empty      */
-    char*            userPassword;  /* not used, must be NULL or empty      */
-    char*            appType;       /* e.g. "ZEBO Linux86"; the node type   */
-    char*            optFile;       /* replaces the set-up's option file    */
-    char*            options;       /* "-KEYWORD=value ..." overrides       */
+    uint16_t stVersion;            /* RVK_INITEXIN_VERSION */
+    rvkApiVersionEx* apiVersionEx; /* caller's build version; NULL allowed */
+    char* nodeName;                /* NULL: NODENAME option                */
+    char* ownerName;               /* owner of objects sent; NULL: ""      */
+    char* password;                /* NULL: stored password (GENERATE)     */
+    char* userName;                /* not used, must be NULL or empty      */
+    char* userPassword;            /* not used, must be NULL or empty      */
+    char* appType;                 /* e.g. "ZEBO Linux86"; the node type   */
+    char* optFile;                 /* replaces the set-up's option file    */
+    char* options;                 /* "-KEYWORD=value ..." overrides       */
 } rvkInitExIn;
 
 /* rvkInitEx output (version 2). */
 typedef struct rvkInitExOut {
-    uint16_t stVersion;             /* RVK_INITEXOUT_VERSION */
-    int16_t  userNameAuthorities;   /* RVK_AUTH_NODE */
-    int16_t  infoRC;                /* 0 */
-    char     serverName[RVK_SERVER_NAME_MAX + 1];
+    uint16_t stVersion;          /* RVK_INITEXOUT_VERSION */
+    int16_t userNameAuthorities; /* RVK_AUTH_NODE */
+    int16_t infoRC;              /* 0 */
+    char serverName[RVK_SERVER_NAME_MAX + 1];
     uint16_t serverVer;
     uint16_t serverRel;
     uint16_t serverLev;
@@ -342,63 +347,63 @@ typedef struct rvkInitExOut {
 
 /* Options as read from the option file (rvkQueryCliOptions, version 1). */
 typedef struct rvkCliOptions {
-    uint16_t stVersion;             /* RVK_CLIOPTIONS_VERSION */
-    char     apiDir[RVK_PATH_LEN];
-    char     optFile[RVK_PATH_LEN];
-    char     serverName[RVK_SERVER_NAME_MAX + 1];  /* SERVERNAME  */
-    int16_t  commMethod;                           /* always 0: local repository */
-    char     serverAddress[RVK_PATH_LEN];          /* REPOSITORY  */
-    char     nodeName[RVK_NODE_NAME_MAX + 1];      /* NODENAME    */
-    uint8_t  compression;                          /* COMPRESSION */
-    uint8_t  compressAlways;                       /* always 1    */
-    uint8_t  passwordAccess;                       /* RVK_PASSWD_... */
+    uint16_t stVersion; /* RVK_CLIOPTIONS_VERSION */
+    char apiDir[RVK_PATH_LEN];
+    char optFile[RVK_PATH_LEN];
+    char serverName[RVK_SERVER_NAME_MAX + 1]; /* SERVERNAME  */
+    int16_t commMethod;                       /* always 0: local repository */
+    char serverAddress[RVK_PATH_LEN];         /* REPOSITORY  */
+    char nodeName[RVK_NODE_NAME_MAX + 1];     /* NODENAME    */
+    uint8_t compression;                      /* COMPRESSION */
+    uint8_t compressAlways;                   /* always 1    */
+    uint8_t passwordAccess;                   /* RVK_PASSWD_... */
 } rvkCliOptions;
 
 /* Options in effect for a session (rvkQuerySessOptions, version 1): the
    option file with the log-on's option string applied. */
 typedef struct rvkSessOptions {
-    uint16_t stVersion;             /* RVK_SESSOPTIONS_VERSION */
-    char     apiDir[RVK_PATH_LEN];
-    char     optFile[RVK_PATH_LEN];
-    char     serverName[RVK_SERVER_NAME_MAX + 1];
-    int16_t  commMethod;
-    char     serverAddress[RVK_PATH_LEN];          /* the repository */
-    char     nodeName[RVK_NODE_NAME_MAX + 1];      /* the session's node */
-    uint8_t  compression;
-    uint8_t  compressAlways;
-    uint8_t  passwordAccess;
+    uint16_t stVersion; /* RVK_SESSOPTIONS_VERSION */
+    char apiDir[RVK_PATH_LEN];
+    char optFile[RVK_PATH_LEN];
+    char serverName[RVK_SERVER_NAME_MAX + 1];
+    int16_t commMethod;
+    char serverAddress[RVK_PATH_LEN];     /* the repository */
+    char nodeName[RVK_NODE_NAME_MAX + 1]; /* the session's node */
+    uint8_t compression;
+    uint8_t compressAlways;
+    uint8_t passwordAccess;
 } rvkSessOptions;
 
 /* Session information (rvkQuerySessInfo, version 3). */
 typedef struct rvkSessInfo {
-    uint16_t stVersion;                              /* RVK_SESSINFO_VERSION */
-    char     serverHost[RVK_HOST_NAME_MAX + 1];
+    uint16_t stVersion; /* RVK_SESSINFO_VERSION */
+    char serverHost[RVK_HOST_NAME_MAX + 1];
     uint16_t serverPort;
-    rvkDate  serverDate;                             /* now, server time */
-    char     serverType[RVK_SERVER_TYPE_MAX + 1];
-    int16_t  serverVer;
-    int16_t  serverRel;
-    int16_t  serverLev;
-    int16_t  serverSubLev;
-    char     nodeType[RVK_APP_TYPE_MAX + 1];         /* log-on's appType */
-    char     fsDelim;                                /* '/' */
-    char     hlDelim;                                /* '/' */
-    uint8_t  compression;                            /* COMPRESSION option */
-    uint8_t  archDel;                                /* node may delete archives */
-    uint8_t  backDel;                                /* node may delete backups  */
-    uint32_t maxBytesPerTxn;                         /* 0: no limit */
-    uint32_t maxObjPerTxn;                           /* server setting */
-    char     id[RVK_NODE_NAME_MAX + 1];              /* the node, upper case */
-    char     owner[RVK_OWNER_NAME_MAX + 1];          /* log-on's owner */
-    char     confFile[RVK_PATH_LEN];                 /* option file used */
-    uint8_t  opNoTrace;                              /* 1: the library has no trace */
-    char     domainName[RVK_DOMAIN_NAME_MAX + 1];
-    char     policySetName[RVK_PS_NAME_MAX + 1];
-    rvkDate  polActDate;                             /* repository creation */
-    char     dfltMCName[RVK_MC_NAME_MAX + 1];
-    uint16_t backRetention;                          /* days */
-    uint16_t archRetention;                          /* days */
-    char     serverName[RVK_SERVER_NAME_MAX + 1];
+    rvkDate serverDate; /* now, server time */
+    char serverType[RVK_SERVER_TYPE_MAX + 1];
+    int16_t serverVer;
+    int16_t serverRel;
+    int16_t serverLev;
+    int16_t serverSubLev;
+    char nodeType[RVK_APP_TYPE_MAX + 1]; /* log-on's appType */
+    char fsDelim;                        /* '/' */
+    char hlDelim;                        /* '/' */
+    uint8_t compression;                 /* COMPRESSION option */
+    uint8_t archDel;                     /* node may delete archives */
+    uint8_t backDel;                     /* node may delete backups  */
+    uint32_t maxBytesPerTxn;             /* 0: no limit */
+    uint32_t maxObjPerTxn;               /* server setting */
+    char id[RVK_NODE_NAME_MAX + 1];      /* the node, upper case */
+    char owner[RVK_OWNER_NAME_MAX + 1];  /* log-on's owner */
+    char confFile[RVK_PATH_LEN];         /* option file used */
+    uint8_t opNoTrace;                   /* 1: the library has no trace */
+    char domainName[RVK_DOMAIN_NAME_MAX + 1];
+    char policySetName[RVK_PS_NAME_MAX + 1];
+    rvkDate polActDate; /* repository creation */
+    char dfltMCName[RVK_MC_NAME_MAX + 1];
+    uint16_t backRetention; /* days */
+    uint16_t archRetention; /* days */
+    char serverName[RVK_SERVER_NAME_MAX + 1];
 } rvkSessInfo;
 
 /* ------------------------------------------------------------------------ */
@@ -409,10 +414,10 @@ typedef struct rvkSessInfo {
    tells how many bytes are in use (set by the library on output, by the
    caller on input to rvkSendData/rvkSendObj). */
 typedef struct rvkDataBlk {
-    uint16_t stVersion;             /* RVK_DATABLK_VERSION */
+    uint16_t stVersion; /* RVK_DATABLK_VERSION */
     uint32_t bufferLen;
     uint32_t numBytes;
-    char*    bufferPtr;
+    char* bufferPtr;
 } rvkDataBlk;
 
 /* Backup query (RVK_QRY_BACKUP, version 2). Matches the node's objects whose
@@ -422,47 +427,47 @@ typedef struct rvkDataBlk {
    inserted at or before pitDate (with RVK_STATE_ACTIVE: that were active at
    that moment). */
 typedef struct rvkQryBackupData {
-    uint16_t    stVersion;          /* RVK_QRYBACKUPDATA_VERSION */
+    uint16_t stVersion; /* RVK_QRYBACKUPDATA_VERSION */
     rvkObjName* objName;
-    char*       owner;
-    uint8_t     objState;           /* RVK_STATE_... */
-    rvkDate     pitDate;
+    char* owner;
+    uint8_t objState; /* RVK_STATE_... */
+    rvkDate pitDate;
 } rvkQryBackupData;
 
 /* One backup object (response version 6). */
 typedef struct rvkQryRespBackup {
-    uint16_t   stVersion;           /* RVK_QRYRESPBACKUP_VERSION, set by the caller */
+    uint16_t stVersion; /* RVK_QRYRESPBACKUP_VERSION, set by the caller */
     rvkObjName objName;
-    char       owner[RVK_OWNER_NAME_MAX + 1];
-    rvkU64     objId;
-    rvkDate    insDate;
-    rvkDate    expDate;             /* deactivation date; zero while active */
-    rvkU64     sizeEstimate;        /* bytes */
-    uint8_t    objState;            /* RVK_STATE_ACTIVE or RVK_STATE_INACTIVE */
-    uint8_t    hasData;             /* RVK_TRUE when data was stored with it */
-    char       mcName[RVK_MC_NAME_MAX + 1];
-    uint16_t   objInfoLen;
-    char       objInfo[RVK_OBJ_INFO_MAX];
+    char owner[RVK_OWNER_NAME_MAX + 1];
+    rvkU64 objId;
+    rvkDate insDate;
+    rvkDate expDate;     /* deactivation date; zero while active */
+    rvkU64 sizeEstimate; /* bytes */
+    uint8_t objState;    /* RVK_STATE_ACTIVE or RVK_STATE_INACTIVE */
+    uint8_t hasData;     /* RVK_TRUE when data was stored with it */
+    char mcName[RVK_MC_NAME_MAX + 1];
+    uint16_t objInfoLen;
+    char objInfo[RVK_OBJ_INFO_MAX];
 } rvkQryRespBackup;
 
 /* File-space query (RVK_QRY_FILESPACE, version 1). */
 typedef struct rvkQryFSData {
-    uint16_t stVersion;             /* RVK_QRYFSDATA_VERSION */
-    char*    fsName;                /* wildcards allowed; NULL = "*" */
+    uint16_t stVersion; /* RVK_QRYFSDATA_VERSION */
+    char* fsName;       /* wildcards allowed; NULL = "*" */
 } rvkQryFSData;
 
 /* One file space (response version 1). */
 typedef struct rvkQryRespFS {
-    uint16_t stVersion;             /* RVK_QRYRESPFS_VERSION, set by the caller */
-    char     fsName[RVK_FS_NAME_MAX + 1];
-    char     fsType[RVK_FS_TYPE_MAX + 1];
-    rvkU64   occupancy;
-    rvkU64   capacity;
-    rvkDate  regDate;
-    rvkDate  backStartDate;
-    rvkDate  backCompleteDate;
+    uint16_t stVersion; /* RVK_QRYRESPFS_VERSION, set by the caller */
+    char fsName[RVK_FS_NAME_MAX + 1];
+    char fsType[RVK_FS_TYPE_MAX + 1];
+    rvkU64 occupancy;
+    rvkU64 capacity;
+    rvkDate regDate;
+    rvkDate backStartDate;
+    rvkDate backCompleteDate;
     uint16_t fsInfoLen;
-    char     fsInfo[RVK_FS_INFO_MAX];
+    char fsInfo[RVK_FS_INFO_MAX];
 } rvkQryRespFS;
 
 /* ------------------------------------------------------------------------ */
@@ -471,21 +476,21 @@ typedef struct rvkQryRespFS {
 
 /* Deletion information, passed BY VALUE (version 1). */
 typedef struct rvkDelInfo {
-    uint32_t stVersion;             /* RVK_DELINFO_VERSION */
+    uint32_t stVersion; /* RVK_DELINFO_VERSION */
     uint32_t objIdHi;
     uint32_t objIdLo;
 } rvkDelInfo;
 
 typedef struct rvkEndTxnExIn {
-    uint16_t stVersion;             /* RVK_ENDTXNEXIN_VERSION */
+    uint16_t stVersion; /* RVK_ENDTXNEXIN_VERSION */
     uint32_t handle;
-    uint8_t  vote;                  /* RVK_VOTE_... */
+    uint8_t vote; /* RVK_VOTE_... */
 } rvkEndTxnExIn;
 
 typedef struct rvkEndTxnExOut {
-    uint16_t stVersion;             /* RVK_ENDTXNEXOUT_VERSION */
-    uint16_t reason;                /* see rvkEndTxn */
-    rvkU64   groupLeaderObjId;      /* always 0: no object groups */
+    uint16_t stVersion;      /* RVK_ENDTXNEXOUT_VERSION */
+    uint16_t reason;         /* see rvkEndTxn */
+    rvkU64 groupLeaderObjId; /* always 0: no object groups */
 } rvkEndTxnExOut;
 
 /* ------------------------------------------------------------------------ */
@@ -493,78 +498,78 @@ typedef struct rvkEndTxnExOut {
 /* ------------------------------------------------------------------------ */
 
 typedef struct rvkRegFSData {
-    uint16_t stVersion;             /* RVK_REGFSDATA_VERSION */
-    char*    fsName;                /* no wildcards */
-    char*    fsType;                /* NULL: "" */
-    rvkU64   occupancy;
-    rvkU64   capacity;
+    uint16_t stVersion; /* RVK_REGFSDATA_VERSION */
+    char* fsName;       /* no wildcards */
+    char* fsType;       /* NULL: "" */
+    rvkU64 occupancy;
+    rvkU64 capacity;
     uint16_t fsInfoLen;
-    char     fsInfo[RVK_FS_INFO_MAX];
+    char fsInfo[RVK_FS_INFO_MAX];
 } rvkRegFSData;
 
 typedef struct rvkFSUpd {
-    uint16_t stVersion;             /* RVK_FSUPD_VERSION */
-    char*    fsType;
-    rvkU64   occupancy;
-    rvkU64   capacity;
+    uint16_t stVersion; /* RVK_FSUPD_VERSION */
+    char* fsType;
+    rvkU64 occupancy;
+    rvkU64 capacity;
     uint16_t fsInfoLen;
-    char     fsInfo[RVK_FS_INFO_MAX];
+    char fsInfo[RVK_FS_INFO_MAX];
 } rvkFSUpd;
 
 /* rvkBindMC output (version 1): every object is bound to the server's
    default management class. */
 typedef struct rvkMcBindKey {
-    uint16_t stVersion;             /* RVK_MCBINDKEY_VERSION */
-    char     mcName[RVK_MC_NAME_MAX + 1];
-    uint8_t  backupCGExists;        /* RVK_TRUE  */
-    uint8_t  archiveCGExists;       /* RVK_FALSE */
-    char     backupCopyDest[RVK_MC_NAME_MAX + 1];
-    char     archiveCopyDest[RVK_MC_NAME_MAX + 1];
+    uint16_t stVersion; /* RVK_MCBINDKEY_VERSION */
+    char mcName[RVK_MC_NAME_MAX + 1];
+    uint8_t backupCGExists;  /* RVK_TRUE  */
+    uint8_t archiveCGExists; /* RVK_FALSE */
+    char backupCopyDest[RVK_MC_NAME_MAX + 1];
+    char archiveCopyDest[RVK_MC_NAME_MAX + 1];
 } rvkMcBindKey;
 
 /* Object attributes for rvkSendObj / rvkUpdateObj (version 1). */
 typedef struct rvkObjAttr {
-    uint16_t stVersion;             /* RVK_OBJATTR_VERSION */
-    char     owner[RVK_OWNER_NAME_MAX + 1]; /* "" = the session's owner */
-    rvkU64   sizeEstimate;          /* reported by queries until data is sent */
-    uint8_t  objCompressed;         /* accepted and kept as 0 */
+    uint16_t stVersion;                 /* RVK_OBJATTR_VERSION */
+    char owner[RVK_OWNER_NAME_MAX + 1]; /* "" = the session's owner */
+    rvkU64 sizeEstimate;                /* reported by queries until data is sent */
+    uint8_t objCompressed;              /* accepted and kept as 0 */
     uint16_t objInfoLen;
-    char*    objInfo;               /* objInfoLen bytes, may be NULL if 0 */
-    char*    mcName;                /* rvkUpdateObj with RVK_UPDOBJ_MC */
+    char* objInfo; /* objInfoLen bytes, may be NULL if 0 */
+    char* mcName;  /* rvkUpdateObj with RVK_UPDOBJ_MC */
 } rvkObjAttr;
 
 typedef struct rvkEndSendObjExIn {
-    uint16_t stVersion;             /* RVK_ENDSENDOBJEXIN_VERSION */
+    uint16_t stVersion; /* RVK_ENDSENDOBJEXIN_VERSION */
     uint32_t handle;
 } rvkEndSendObjExIn;
 
 typedef struct rvkEndSendObjExOut {
-    uint16_t stVersion;             /* RVK_ENDSENDOBJEXOUT_VERSION */
-    uint64_t totalBytesSent;        /* data bytes of the object */
-    uint64_t totalStoredBytes;      /* bytes kept in the repository */
-    uint64_t totalCompressedBytes;  /* equals totalStoredBytes: no compression */
-    uint32_t txnObjCount;           /* operations so far in the transaction */
-    uint8_t  objCompressed;         /* RVK_FALSE */
+    uint16_t stVersion;            /* RVK_ENDSENDOBJEXOUT_VERSION */
+    uint64_t totalBytesSent;       /* data bytes of the object */
+    uint64_t totalStoredBytes;     /* bytes kept in the repository */
+    uint64_t totalCompressedBytes; /* equals totalStoredBytes: no compression */
+    uint32_t txnObjCount;          /* operations so far in the transaction */
+    uint8_t objCompressed;         /* RVK_FALSE */
 } rvkEndSendObjExOut;
 
 /* rvkBeginGetData list (version 1). */
 typedef struct rvkGetList {
-    uint16_t stVersion;             /* RVK_GETLIST_VERSION */
+    uint16_t stVersion; /* RVK_GETLIST_VERSION */
     uint32_t numObjId;
-    rvkU64*  objId;                 /* numObjId ids, read in this order */
+    rvkU64* objId; /* numObjId ids, read in this order */
 } rvkGetList;
 
 /* rvkRenameObj input (version 1). */
 typedef struct rvkRenameIn {
-    uint16_t    stVersion;          /* RVK_RENAMEIN_VERSION */
-    uint8_t     repository;         /* RVK_REPOS_BACKUP */
-    rvkObjName* objName;            /* current name (exact) */
-    char        newHl[RVK_HL_NAME_MAX + 1];
-    char        newLl[RVK_LL_NAME_MAX + 1];
-    uint8_t     merge;              /* RVK_TRUE: an active object of the new
-                                       name becomes inactive; RVK_FALSE: it
-                                       makes the rename fail (RVK_RC_NAME_EXISTS) */
-    rvkU64      objId;              /* the object to rename */
+    uint16_t stVersion;  /* RVK_RENAMEIN_VERSION */
+    uint8_t repository;  /* RVK_REPOS_BACKUP */
+    rvkObjName* objName; /* current name (exact) */
+    char newHl[RVK_HL_NAME_MAX + 1];
+    char newLl[RVK_LL_NAME_MAX + 1];
+    uint8_t merge; /* RVK_TRUE: an active object of the new
+                      name becomes inactive; RVK_FALSE: it
+                      makes the rename fail (RVK_RC_NAME_EXISTS) */
+    rvkU64 objId;  /* the object to rename */
 } rvkRenameIn;
 
 /* ------------------------------------------------------------------------ */
@@ -572,24 +577,24 @@ typedef struct rvkRenameIn {
 /* ------------------------------------------------------------------------ */
 
 typedef struct rvkLogEventIn {
-    uint16_t stVersion;             /* RVK_LOGEVENTIN_VERSION */
-    uint32_t severity;              /* RVK_SEV_... */
-    char     appMsgId[RVK_APP_MSGID_MAX + 1];
-    uint8_t  logType;               /* RVK_LOG_... */
-    char*    message;
+    uint16_t stVersion; /* RVK_LOGEVENTIN_VERSION */
+    uint32_t severity;  /* RVK_SEV_... */
+    char appMsgId[RVK_APP_MSGID_MAX + 1];
+    uint8_t logType; /* RVK_LOG_... */
+    char* message;
 } rvkLogEventIn;
 
 typedef struct rvkLogEventOut {
-    uint16_t stVersion;             /* RVK_LOGEVENTOUT_VERSION */
-    rvkDate  serverDate;            /* when the event was logged */
+    uint16_t stVersion; /* RVK_LOGEVENTOUT_VERSION */
+    rvkDate serverDate; /* when the event was logged */
 } rvkLogEventOut;
 
 /* rvkRCMsgEx buffer (version 1). */
 typedef struct rvkMsgBuffer {
-    uint16_t stVersion;             /* RVK_MSGBUFFER_VERSION */
-    char*    buffer;
-    uint32_t bufferSize;            /* bytes, with room for the NUL */
-    uint32_t msgLength;             /* out: full length of the text */
+    uint16_t stVersion; /* RVK_MSGBUFFER_VERSION */
+    char* buffer;
+    uint32_t bufferSize; /* bytes, with room for the NUL */
+    uint32_t msgLength;  /* out: full length of the text */
 } rvkMsgBuffer;
 
 /* ------------------------------------------------------------------------ */
@@ -597,27 +602,27 @@ typedef struct rvkMsgBuffer {
 /* ------------------------------------------------------------------------ */
 
 typedef struct rvkAccessRule {
-    uint16_t   stVersion;
-    uint32_t   ruleNumber;
-    uint8_t    accessType;
+    uint16_t stVersion;
+    uint32_t ruleNumber;
+    uint8_t accessType;
     rvkObjName objName;
-    char       node[RVK_NODE_NAME_MAX + 1];
-    char       owner[RVK_OWNER_NAME_MAX + 1];
+    char node[RVK_NODE_NAME_MAX + 1];
+    char owner[RVK_OWNER_NAME_MAX + 1];
 } rvkAccessRule;
 
 typedef struct rvkGroupHandlerIn {
-    uint16_t    stVersion;          /* RVK_GROUPIN_VERSION */
-    uint32_t    handle;
-    uint8_t     groupType;
-    uint8_t     actionType;         /* RVK_GROUP_... */
-    rvkU64      leaderObjId;
+    uint16_t stVersion; /* RVK_GROUPIN_VERSION */
+    uint32_t handle;
+    uint8_t groupType;
+    uint8_t actionType; /* RVK_GROUP_... */
+    rvkU64 leaderObjId;
     rvkObjName* objName;
-    uint32_t    numMembers;
-    rvkU64*     memberObjIds;
+    uint32_t numMembers;
+    rvkU64* memberObjIds;
 } rvkGroupHandlerIn;
 
 typedef struct rvkGroupHandlerOut {
-    uint16_t stVersion;             /* RVK_GROUPOUT_VERSION */
+    uint16_t stVersion; /* RVK_GROUPOUT_VERSION */
 } rvkGroupHandlerOut;
 
 /* ------------------------------------------------------------------------ */
@@ -670,9 +675,9 @@ RVK_EXPORT int16_t rvkQueryCliOptions(rvkCliOptions* options);
 RVK_EXPORT int16_t rvkInitEx(uint32_t* handle, rvkInitExIn* in, rvkInitExOut* out);
 
 /* The older log-on: as rvkInitEx with those fields. */
-RVK_EXPORT int16_t rvkInit(uint32_t* handle, rvkApiVersion* clientVersion,
-                           char* nodeName, char* ownerName, char* password,
-                           char* appType, char* optFile, char* options);
+RVK_EXPORT int16_t rvkInit(uint32_t* handle, rvkApiVersion* clientVersion, char* nodeName,
+                           char* ownerName, char* password, char* appType, char* optFile,
+                           char* options);
 
 /* Ends the session; an open transaction is rolled back, an open query or
    read ended. Returns 0 or RVK_RC_INVALID_HANDLE. */
