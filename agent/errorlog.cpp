@@ -43,11 +43,14 @@ int16_t zeboGetErrorLogName(char* path) {
     FILE* file = nullptr;
     char optPath[ZEBO_PATH_SIZE];
     int lines = 0;
+    bool found = false;
     if (zeboOpenOptFile(&file, optPath, &lines) == 0) {
-        if (zeboGetOptValue(file, "RVKI_LOG", dir, sizeof dir) != 0) dir[0] = '\0';
+        found = zeboGetOptValue(file, "RVKI_LOG", dir, sizeof dir) == 0;
         fclose(file);
     }
-    if (dir[0] == '\0') {
+    // A key whose value cleans down to nothing is not missing: its empty
+    // directory is not writable, so the log goes to the current directory.
+    if (!found) {
         int rc = zeboGetAgentDir(dir, sizeof dir);
         if (rc != 0) return static_cast<int16_t>(rc);
     }

@@ -56,6 +56,9 @@ TEST_F(ErrorLogTest, LogIsFoundThroughRvkiLogOrTheAgentDirectory) {
     // A directory that cannot take the log: the current directory instead.
     writeFile(dir_.file("zebo.opt"), "RVKI_LOG " + dir_.file("missing") + "\n");
     EXPECT_EQ("zeboerror.log", logName());
+    // So does a key given with an empty value.
+    writeFile(dir_.file("zebo.opt"), "RVKI_LOG \"\"\n");
+    EXPECT_EQ("zeboerror.log", logName());
 }
 
 TEST_F(ErrorLogTest, BothOutputsStampTheirLinesWithTheirOwnSpacing) {

@@ -196,7 +196,8 @@ int zeboGetOptValue(FILE* file, const char* keyword, char* value, size_t size) {
         const char* rest = nullptr;
         if (!splitKeyword(line, found, sizeof found, &rest)) continue;
         if (strcmp(found, keyword) != 0) continue;
-        if (!rest) return -1;
+        // Nothing after the keyword's delimiter is no value, as in the parser.
+        if (!rest || *rest == '\0') return -1;
         cleanValue(rest, value, size);
         return 0;
     }

@@ -142,14 +142,20 @@ TEST_F(OptFileTest, OptionFileIsFoundThroughTheVariableOrTheAgentDirectory) {
 
 TEST_F(OptFileTest, SingleKeyLookupTakesTheFirstMatchingLine) {
     writeFile(dir_.file("zebo.opt"),
-              "* RVKI_LOG /comment\nrvki_log  \"/some dir\" \nRVKI_LOG /second\nZEBO_NODE\n");
+              "* RVKI_LOG /comment\nrvki_log  \"/some dir\" \nRVKI_LOG /second\nZEBO_NODE\n"
+              "ZEBO_OWNER \nZEBO_FS  \"\"\n");
     FILE* file = fopen(dir_.file("zebo.opt").c_str(), "r");
     ASSERT_NE(nullptr, file);
     char value[ZEBO_OPT_VALUE_SIZE];
     EXPECT_EQ(0, zeboGetOptValue(file, "RVKI_LOG", value, sizeof value));
     EXPECT_STREQ("/some dir", value);
     EXPECT_EQ(-1, zeboGetOptValue(file, "ZEBO_NODE", value, sizeof value));
+    // A delimiter with nothing after it is no value; quotes alone clean to
+    // an empty value that the lookup still returns.
     EXPECT_EQ(-1, zeboGetOptValue(file, "ZEBO_OWNER", value, sizeof value));
+    EXPECT_EQ(-1, zeboGetOptValue(file, "ZEBO_MGMT_CLASS_2", value, sizeof value));
+    EXPECT_EQ(0, zeboGetOptValue(file, "ZEBO_FS", value, sizeof value));
+    EXPECT_STREQ("", value);
     // The file is rewound for every lookup.
     EXPECT_EQ(0, zeboGetOptValue(file, "RVKI_LOG", value, sizeof value));
     fclose(file);

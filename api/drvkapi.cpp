@@ -175,11 +175,11 @@ int DRvkApi::Term(ApiStatusObj* statusP) {
 int DRvkApi::checkCompatibility(ApiStatusObj* statusP, rvkApiVersionEx* versionP) {
     static const char* const fn = "DRvkApi::checkCompatibility()";
     TRACE(TR_API, "Enter %s\n", fn);
-    // Only the first three fields are cleared, as always; the structure
-    // version goes back in because the library fills only a record that
-    // names the version it knows.
+    // Kept deliberately: only the first 6 bytes (structure version, version
+    // and release) are cleared; level and sub-level keep what the caller had
+    // until the library overwrites them. The library takes a structure
+    // version of 0 for the current one.
     memset(versionP, 0, 6);
-    versionP->stVersion = RVK_APIVERSIONEX_VERSION;
     drvkQueryApiVersionEx(statusP, versionP);
     int runtime = versionP->version * 10000 + versionP->release * 1000 + versionP->level * 100;
     TRACE(TR_API, "%s: VLT API:runtime=%d, VLT API:compiletime=%d\n", fn, runtime,

@@ -69,9 +69,13 @@ TEST_F(WrapperTest, InitReportsWhichStepFailed) {
     EXPECT_EQ(1, reason);
 }
 
+// Answers only a record that arrives with its first 6 bytes cleared and the
+// rest as the caller left it (0xffff).
 rvkApiVersionEx fakeVersion;
 void reportFakeVersion(rvkApiVersionEx* v) {
-    if (v->stVersion == RVK_APIVERSIONEX_VERSION) *v = fakeVersion;
+    if (v->stVersion == 0 && v->version == 0 && v->release == 0 && v->level == 0xffff &&
+        v->subLevel == 0xffff)
+        *v = fakeVersion;
 }
 
 TEST_F(WrapperTest, CompatibilityNeedsLevel55000) {
@@ -84,8 +88,11 @@ TEST_F(WrapperTest, CompatibilityNeedsLevel55000) {
     auto real = DRvkApi::m_fnrvkQueryApiVersionExP;
     DRvkApi::m_fnrvkQueryApiVersionExP = reportFakeVersion;
     fakeVersion = {RVK_APIVERSIONEX_VERSION, 5, 5, 0, 9};
+    memset(&v, 0xff, sizeof v);
     EXPECT_EQ(0, api_.checkCompatibility(&status_, &v));
+    EXPECT_EQ(9, v.subLevel);
     fakeVersion = {RVK_APIVERSIONEX_VERSION, 5, 4, 9, 9};
+    memset(&v, 0xff, sizeof v);
     EXPECT_EQ(107, api_.checkCompatibility(&status_, &v));
     DRvkApi::m_fnrvkQueryApiVersionExP = real;
 }

@@ -7,7 +7,6 @@
 
 #include <chrono>
 #include <functional>
-#include <regex>
 #include <sstream>
 #include <thread>
 
@@ -88,15 +87,19 @@ struct Row {
     int number;
 };
 
-// The entry rows of a page.
+// The entry rows of a page: a mark (blank or "x"), blanks, the entry's
+// number, a blank and "|".
 std::vector<Row> entryRows(const std::string& screen) {
-    static const std::regex row("^([ x]) +([0-9]+) \\|");  // blanks after it are trimmed
     std::vector<Row> rows;
     std::istringstream lines(screen);
-    std::smatch match;
-    for (std::string line; std::getline(lines, line);)
-        if (std::regex_search(line, match, row))
-            rows.push_back({match[1] == "x", std::stoi(match[2])});
+    for (std::string line; std::getline(lines, line);) {
+        if (line.size() < 4 || (line[0] != ' ' && line[0] != 'x')) continue;
+        size_t digits = line.find_first_not_of(' ', 1);
+        if (digits == std::string::npos || digits == 1) continue;
+        size_t end = line.find_first_not_of("0123456789", digits);
+        if (end == digits || end == std::string::npos || line.compare(end, 2, " |") != 0) continue;
+        rows.push_back({line[0] == 'x', std::stoi(line.substr(digits, end - digits))});
+    }
     return rows;
 }
 

@@ -51,17 +51,20 @@ bool askRequired(unsigned prompt, int catalog, char* answer) {
 }
 
 // Asks for one catalog connection; -1 after three empty user names or
-// passwords.
-int askCatalog(int catalog, CatalogConnection* rec) {
+// passwords, with the session ended. Kept deliberately: the user-name exit
+// traces after the session's end, the password exit before it.
+int askCatalog(AgentContext* context, int catalog, CatalogConnection* rec) {
     memset(rec, 0, sizeof *rec);
     nlMsg(131);
     if (!askRequired(2540, catalog, rec->user)) {
+        endSession(context);
         TRACE(TR_ORCLEVEL0, " %s: Exit - no username entered 3 times\n", fn);
         return -1;
     }
     // Read like any other line: the answer is echoed as it is typed.
     if (!askRequired(2541, catalog, rec->password)) {
         TRACE(TR_ORCLEVEL0, " %s: Exit - no password entered 3 times\n", fn);
+        endSession(context);
         return -1;
     }
     nlMsg(2542, catalog);
@@ -133,8 +136,9 @@ double secondsSince(const struct timespec& start) {
            static_cast<double>(now.tv_nsec - start.tv_nsec) / 1e9;
 }
 
-// Queries every catalog into the index. 0, or the driver's result.
-int16_t loadCatalogs(CatalogList* catalogs, const std::string& scriptPath,
+// Queries every catalog into the index. 0, or the driver's result; on a
+// failure the session is ended and the index destroyed before the trace.
+int16_t loadCatalogs(AgentContext* context, CatalogList* catalogs, const std::string& scriptPath,
                      const std::string& spoolBase, const nlDateTime& from, const nlDateTime& to,
                      BTree* index) {
     int n = 1;
@@ -147,11 +151,15 @@ int16_t loadCatalogs(CatalogList* catalogs, const std::string& scriptPath,
         int16_t rc =
             zeboQueryCatalog(&node->element, scriptPath.c_str(), spoolPath.c_str(), &from, &to);
         if (rc != 0) {
+            endSession(context);
+            utDeleteTree(index);
             TRACE(TR_ORCLEVEL0, " %s: Exit - error querying catalog rc = %d\n\n", fn, rc);
             return -1;
         }
         rc = utLoadBTree(spoolPath.c_str(), index);
         if (rc != 0) {
+            endSession(context);
+            utDeleteTree(index);
             TRACE(TR_ORCLEVEL0, " %s: Exit - utLoadBTree() failed\n\n", fn);
             return rc;
         }
@@ -160,11 +168,18 @@ int16_t loadCatalogs(CatalogList* catalogs, const std::string& scriptPath,
 }
 
 // The pick list and the deletion, in turn, until the administrator leaves.
-int16_t pickAndDelete(SyncList* syncList, AgentContext* context) {
+// Either way out ends the session and destroys the index.
+int16_t pickAndDelete(SyncList* syncList, AgentContext* context, BTree* index) {
     for (;;) {
-        if (pkPickHandle(syncList) != 0) return 0;
+        if (pkPickHandle(syncList) != 0) {
+            utDeleteTree(index);
+            endSession(context);
+            return 0;
+        }
         int16_t rc = utDeleteFiles(syncList, context);
         if (rc != 0) {
+            endSession(context);
+            utDeleteTree(index);
             TRACE(TR_ORCLEVEL0, " %s: Exit - utDeleteFiles() failed\n\n", fn);
             return rc;
         }
@@ -199,10 +214,7 @@ int16_t zeboSyncVltToRman(AgentContext* context, ZeboCmdOptions* options) {
     uint32_t count = options->numCatalogs < 1 ? 1 : options->numCatalogs;
     for (uint32_t i = 1; i <= count; ++i) {
         CatalogConnection rec;
-        if (askCatalog(static_cast<int>(i), &rec) != 0) {
-            endSession(context);
-            return -1;
-        }
+        if (askCatalog(context, static_cast<int>(i), &rec) != 0) return -1;
         int added = catalogs.addTail(rec);
         memset(&rec, 0, sizeof rec);  // the password lives on in the list only
         if (added != 0) {
@@ -238,12 +250,8 @@ int16_t zeboSyncVltToRman(AgentContext* context, ZeboCmdOptions* options) {
 
     struct timespec start;
     nlClockSeam(&start);
-    rc = loadCatalogs(&catalogs, scriptPath, spoolBase, from, to, index);
-    if (rc != 0) {
-        endSession(context);
-        utDeleteTree(index);
-        return rc;
-    }
+    rc = loadCatalogs(context, &catalogs, scriptPath, spoolBase, from, to, index);
+    if (rc != 0) return rc;
     TRACE(TR_ORCLEVEL1 || TR_PERFORMANCE, " %s: Catalog query and load: %.3f s\n", fn,
           secondsSince(start));
 
@@ -258,9 +266,7 @@ int16_t zeboSyncVltToRman(AgentContext* context, ZeboCmdOptions* options) {
         return rc;
     }
 
-    rc = pickAndDelete(&syncList, context);
-    endSession(context);
-    utDeleteTree(index);
+    rc = pickAndDelete(&syncList, context, index);
     TRACE(TR_ORCLEVEL1, " %s: Exit - rc = %d\n\n", fn, rc);
     return rc;
 }

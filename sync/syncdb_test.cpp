@@ -7,6 +7,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <string>
@@ -15,6 +16,7 @@
 #include "agent/pswdfile.h"
 #include "agent/session.h"
 #include "api/drvkapidl.h"
+#include "common/ut/trace.h"
 #include "common/ut/traceclasses.h"
 #include "sync/btree.h"
 #include "sync/catquery.h"
@@ -230,6 +232,30 @@ TEST_F(SyncServerTest, ThreeEmptyUserNamesEndTheRun) {
     EXPECT_EQ(3u, count("QEV2623E"));
     EXPECT_EQ(0u, count("password"));
     EXPECT_TRUE(sessionEnded());
+}
+
+TEST_F(SyncServerTest, EmptyAnswersTraceTheirExitAroundTheSessionEnd) {
+    // Three empty user names: the session ends before the exit is traced;
+    // three empty passwords: after it.
+    for (const char* input : {"\n\n\n", "rman\n\n\n\n"}) {
+        std::string path = dir.file("trace.out");
+        trcInit(0, 0, 0);
+        ASSERT_EQ(0, trOpen(path.c_str(), 0));
+        TR_ORCLEVEL0 = 1;
+        TR_API = 1;
+        answer(input);
+        EXPECT_EQ(-1, sync());
+        trClose(1);
+        fclose(answerStream);
+        answerStream = nullptr;
+        std::string text = zebotest::readFile(path);
+        size_t ended = text.find("Exit DRvkApi::drvkTerminate()");
+        size_t exit = text.find(" entered 3 times\n");
+        ASSERT_NE(std::string::npos, ended) << text;
+        ASSERT_NE(std::string::npos, exit) << text;
+        EXPECT_EQ(input[0] == '\n', ended < exit) << text;
+        unlink(path.c_str());
+    }
 }
 
 TEST_F(SyncServerTest, NoTemporaryNameEndsTheRun) {
