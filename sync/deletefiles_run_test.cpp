@@ -1,5 +1,7 @@
 // Whole runs of zebosync that delete orphans: answers on standard input, the
 // result read from the server's repository, its activity log and the trace.
+// A failed call ends the run, so what the pick list kept after it is never
+// seen: the server, the logs and the exit status are what count.
 #include <gtest/gtest.h>
 
 #include "sync/syncrun_testutil.h"
@@ -66,6 +68,14 @@ TEST_F(DeleteRunTest, AFailedDeletionAbortsAndBecomesTheExitStatus) {
     EXPECT_NE(std::string::npos, trace.find("RVKDELETEOBJ() failed rc = 130"));
     EXPECT_EQ(0u, count(scratch.activityLog(), "Deleted backup object"));
     EXPECT_NE(std::string::npos, scratch.errorLog().find(" ==> ")) << "API text in the error log";
+
+    // A transaction that cannot begin: no deletion is tried.
+    syncrun::Scratch second(3, {}, 10);
+    r = zebotest::run(second.command("RVK_FAULTS=rvkBeginTxn@1=113"),
+                      syncrun::Scratch::catalogAnswers() + "+\no\ny\nq\n");
+    EXPECT_EQ(113, r.status) << r.out << r.err;
+    EXPECT_EQ("B", syncrun::transactionCalls(second.trace()));
+    EXPECT_EQ("1 2 3", second.onServer());
 }
 
 }  // namespace

@@ -31,18 +31,6 @@ void fakeShow(const std::vector<std::string>& lines) {
     fake.pages.push_back(lines);
 }
 
-// The numbers n of the entries named "...obj<n>", marked ones only or all.
-std::string numbers(SyncList* list, bool onlyMarked) {
-    std::string text;
-    for (SyncList::Node* node = list->head(); node; node = node->pNext) {
-        if (onlyMarked && !node->element.picked) continue;
-        const char* digits = strstr(node->element.name, "obj");
-        if (!text.empty()) text += ' ';
-        text += digits ? digits + 3 : "?";
-    }
-    return text;
-}
-
 }  // namespace
 
 void fillList(SyncList* list, int count, const char* owner) {
@@ -52,26 +40,26 @@ void fillList(SyncList* list, int count, const char* owner) {
         snprintf(record.name, sizeof record.name, "/fs/hl/obj%d", n);
         snprintf(record.id, sizeof record.id, "NODE1");
         snprintf(record.owner, sizeof record.owner, "%s", owner);
-        record.objIdHi = 0;
         record.objIdLo = n;
+        record.sizeLo = n * 1000;
         record.insYear = 2024;
         record.insMonth = 3;
         record.insDay = static_cast<uint8_t>(n % 28 + 1);
         record.insHour = 10;
         record.insMinute = 20;
         record.insSecond = 30;
-        uint64_t size = static_cast<uint64_t>(n) * 1000;
-        record.sizeHi = static_cast<uint32_t>(size >> 32);
-        record.sizeLo = static_cast<uint32_t>(size);
         list->addTail(record);
     }
 }
 
 std::string marked(SyncList* list) {
-    return numbers(list, true);
-}
-std::string remaining(SyncList* list) {
-    return numbers(list, false);
+    std::string text;
+    for (SyncList::Node* node = list->head(); node; node = node->pNext) {
+        if (!node->element.picked) continue;
+        if (!text.empty()) text += ' ';
+        text += strstr(node->element.name, "obj") + 3;
+    }
+    return text;
 }
 
 void mark(SyncList* list, const std::vector<int>& wanted) {
@@ -100,11 +88,6 @@ FakeTerminal::~FakeTerminal() {
 
 const std::vector<std::vector<std::string>>& FakeTerminal::pages() const {
     return fake.pages;
-}
-
-const std::vector<std::string>& FakeTerminal::lastPage() const {
-    static const std::vector<std::string> none;
-    return fake.pages.empty() ? none : fake.pages.back();
 }
 
 int FakeTerminal::clears() const {

@@ -19,10 +19,8 @@ namespace pktest {
 // 10:20:30 with a size of n * 1000 bytes.
 void fillList(SyncList* list, int count, const char* owner = "");
 
-// The numbers n ("obj<n>") of the marked entries, blank-separated ("3 4 5"),
-// and of all entries left in the list.
+// The numbers n ("obj<n>") of the marked entries, blank-separated ("3 4 5").
 std::string marked(SyncList* list);
-std::string remaining(SyncList* list);
 
 // Marks the entries with the given numbers directly.
 void mark(SyncList* list, const std::vector<int>& numbers);
@@ -38,7 +36,6 @@ class FakeTerminal {
     FakeTerminal& operator=(const FakeTerminal&) = delete;
 
     const std::vector<std::vector<std::string>>& pages() const;
-    const std::vector<std::string>& lastPage() const;
     int clears() const;
 
   private:

@@ -5,6 +5,8 @@
 #include <stdlib.h>
 #include <unistd.h>
 
+#include <string>
+
 #include "common/nls/nls.h"
 #include "common/unx/nlsseam.h"
 #include "testing/testutil.h"
@@ -17,12 +19,12 @@ void fixedClock(struct timespec* now) {
     now->tv_sec = fixedSecs;
     now->tv_nsec = 0;
 }
-}  // namespace
-
 const std::string& errorLogPath() {
     static const std::string path = "/tmp/zebo_sync_tests_" + std::to_string(getpid()) + ".log";
     return path;
 }
+
+}  // namespace
 
 void initMessages() {
     static bool done = false;

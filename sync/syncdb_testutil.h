@@ -6,14 +6,11 @@
 
 #include <time.h>
 
-#include <string>
-
 namespace synctest {
 
 // Opens the message repository once per process; the error log goes to a
-// file in the system's temporary directory (errorLogPath()).
+// file in the system's temporary directory, removed at exit.
 void initMessages();
-const std::string& errorLogPath();
 
 // Makes the client library loadable by its bare name, as the program loads
 // it. Under AddressSanitizer dlopen is intercepted and the test binary's run

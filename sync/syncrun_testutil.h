@@ -38,7 +38,6 @@ class Scratch {
     std::string trace() const;
     std::string activityLog() const;
     std::string errorLog() const;  // zeboerror.log of RVKI_LOG
-    const agenttest::Install& install() const { return install_; }
 
   private:
     agenttest::Install install_;

@@ -32,27 +32,28 @@ TEST_F(NlsBufferTest, GrowsInWholeFourKilobyteStepsOnlyWhenFull) {
     EXPECT_STREQ("", small.text());
 
     nlsCharBuffer buf;
-    std::string a(4095, 'a');  // 4095 characters and the NUL fill 4 KB exactly
-    ASSERT_TRUE(buf.append(a.c_str()));
+    std::string a(4095, 'a');               // 4095 characters and the NUL fill 4 KB exactly
+    ASSERT_TRUE(buf.append(a.c_str(), 0));  // a count of zero: up to the NUL
     EXPECT_EQ(4u, buf.capacityKB());
-    EXPECT_EQ(2, gReallocCalls);      // the two constructors, no growth yet
-    ASSERT_TRUE(buf.append("b", 1));  // one more needs a new block of 8 KB
+    EXPECT_EQ(2, gReallocCalls);        // the two constructors, no growth yet
+    ASSERT_TRUE(buf.append("bcd", 1));  // one more needs a new block of 8 KB
     EXPECT_EQ(8u, buf.capacityKB());
     ASSERT_TRUE(buf.append(std::string(10000, 'c').c_str()));
     EXPECT_EQ(16u, buf.capacityKB());  // 14097 bytes needed: (14097 / 4096 + 1) * 4 KB
     EXPECT_EQ(14096u, buf.length());
     EXPECT_EQ(a + "b" + std::string(10000, 'c'), buf.text());
+    EXPECT_EQ(20u, nlsCharBuffer(20).capacityKB());
 
-    nlsCharBuffer big(20);
-    EXPECT_EQ(20u, big.capacityKB());
-}
-
-TEST_F(NlsBufferTest, AppendCountZeroMeansUpToTheNul) {
-    nlsCharBuffer buf;
-    buf.append("QEV2522E ", 0);
-    buf.append("There is not enough system memory", 8);
-    EXPECT_STREQ("QEV2522E There is", buf.text());
-    EXPECT_EQ(17u, buf.length());
+    // The wide buffer counts characters, not bytes.
+    nlsWcharBuffer wide;
+    EXPECT_EQ(sizeof(wchar_t), wide.charSize());
+    std::wstring w(1023, L'\u00e4');  // 1024 wide characters with the NUL: 4 KB
+    ASSERT_TRUE(wide.append(w.c_str()));
+    EXPECT_EQ(4u, wide.capacityKB());
+    ASSERT_TRUE(wide.append(L"z"));
+    EXPECT_EQ(8u, wide.capacityKB());
+    EXPECT_EQ(1024u, wide.length());
+    EXPECT_EQ(w + L"z", wide.text());
 }
 
 TEST_F(NlsBufferTest, FailedGrowthEmptiesTheBufferWhichCanStartAgain) {
@@ -67,18 +68,6 @@ TEST_F(NlsBufferTest, FailedGrowthEmptiesTheBufferWhichCanStartAgain) {
     EXPECT_TRUE(buf.append("again"));
     EXPECT_STREQ("again", buf.text());
     EXPECT_EQ(4u, buf.capacityKB());
-}
-
-TEST_F(NlsBufferTest, WideBufferCountsCharactersNotBytes) {
-    nlsWcharBuffer buf;
-    EXPECT_EQ(sizeof(wchar_t), buf.charSize());
-    std::wstring w(1023, L'\u00e4');  // 1024 wide characters with the NUL: 4 KB
-    ASSERT_TRUE(buf.append(w.c_str()));
-    EXPECT_EQ(4u, buf.capacityKB());
-    ASSERT_TRUE(buf.append(L"z"));
-    EXPECT_EQ(8u, buf.capacityKB());
-    EXPECT_EQ(1024u, buf.length());
-    EXPECT_EQ(w + L"z", buf.text());
 }
 
 }  // namespace

@@ -42,40 +42,15 @@ TEST(NlsDecode, PrefixIsKeptOnlyForPrefixedLetters) {
     EXPECT_EQ(NL_SEV_E, e.severity);
     EXPECT_EQ("QEV2522E \x01Out of memory.\n", e.body);
 
-    Decoded z = decode("QEV0002Z \x01%s\n");
-    EXPECT_EQ(NL_SEV_Z, z.severity);
-    EXPECT_EQ("\x01%s\n", z.body);
-
     const char* letters = "ZTRKIWESL";
     for (int sev = 0; sev < NL_SEVERITY_COUNT; ++sev) {
         Decoded d = decode(std::string("QES0001") + letters[sev] + " \x01x");
         EXPECT_EQ(sev, d.severity) << letters[sev];
         EXPECT_EQ(nlSeverityPrefixed(sev) ? 11u : 2u, d.body.size()) << letters[sev];
     }
-}
-
-TEST(NlsDecode, LongNumbersKeepANineCharacterPrefix) {
-    Decoded d = decode("QES12345W \x01text", 12345);
-    EXPECT_EQ(NL_DECODE_OK, d.status);
-    EXPECT_EQ("QES2345W \x01text", d.body);  // the digit at position 3 is dropped
+    // Five-digit numbers keep a nine-character prefix: the digit at position 3 is dropped.
+    EXPECT_EQ("QES2345W \x01text", decode("QES12345W \x01text", 12345).body);
     EXPECT_EQ("\x01text", decode("QES12345T \x01text", 12345).body);
-}
-
-TEST(NlsDecode, BadLettersShortTextsAndTheDefaultText) {
-    EXPECT_EQ(NL_DECODE_RETIRED, decode("QES0001M \x01retired").status);
-    EXPECT_EQ(NL_DECODE_CORRUPTED, decode("QES0001Q \x01unknown letter").status);
-    EXPECT_EQ(NL_DECODE_CORRUPTED, decode("QES0001F \x01in range, not a severity").status);
-    EXPECT_EQ(NL_DECODE_CORRUPTED, decode("QES0001e \x01lower case").status);
-    EXPECT_EQ(NL_DECODE_CORRUPTED, decode("QES0001A \x01"
-                                          "before E")
-                                       .status);
-    EXPECT_EQ(NL_DECODE_CORRUPTED, decode("QES0001").status);
-    EXPECT_EQ(NL_DECODE_CORRUPTED, decode("QES").status);
-    EXPECT_EQ(NL_DECODE_CORRUPTED, decode("QES12E \x01prefix too short").status);
-    EXPECT_EQ(NL_DECODE_CORRUPTED, decode("QES0001E").status);  // no room for the prefix
-    EXPECT_EQ(NL_DECODE_MISSING, decode(kNlDefaultText).status);
-    // The default text with anything added is a real message.
-    EXPECT_EQ(NL_DECODE_RETIRED, decode(std::string(kNlDefaultText) + " ").status);
     // A text of a letter and nothing else has an empty body.
     Decoded empty = decode("QES0007Z");
     EXPECT_EQ(NL_DECODE_OK, empty.status);
@@ -115,33 +90,7 @@ TEST(NlsDecode, OrderedBodyRestoresNulsByTheHeaderMask) {
     d = decode("QES0001E " + masked);
     ASSERT_EQ(NL_DECODE_OK, d.status);
     EXPECT_EQ(std::string("QES0001E \0\x10\x10\x10\0", 14), d.body.substr(0, 14));
-}
 
-TEST(NlsDecode, BrokenOrderedBodiesAreCorrupted) {
-    struct Case {
-        const char* what;
-        std::string body;
-    } cases[] = {
-        {"too short", std::string("\x10\x06\x10", 3)},
-        {"17 inserts", std::string("\x10\x06\x10\x10\x10\x11")},
-        {"order list cut", std::string("\x10\x06\x10\x10\x10\x03\x01")},
-        {"slot out of range", std::string("\x10\x06\x10\x10\x10\x01\x02\x10\x10%s\x10\x10\x10")},
-        {"slot twice", std::string("\x10\x06\x10\x10\x10\x02\x01\x01\x10\x10%s\x10\x10\x10%s"
-                                   "\x10\x10\x10\x10")},
-        {"string spec for an int", std::string("\x10\x06\x10\x10\x10\x01\x01\x10\x01%s\x10\x10"
-                                               "\x10")},
-        {"two conversions", std::string("\x10\x06\x10\x10\x10\x01\x01\x10\x10%s%s\x10\x10\x10")},
-        {"star not counted", std::string("\x10\x06\x10\x10\x10\x01\x01\x10\x01%*d\x10\x10\x10")},
-        {"%n", std::string("\x10\x06\x10\x10\x10\x01\x01\x10\x01%n\x10\x10\x10")},
-        {"long int", std::string("\x10\x06\x10\x10\x10\x01\x01\x10\x01%ld\x10\x10\x10")},
-        {"type 4", std::string("\x10\x06\x10\x10\x10\x01\x01\x10\x04%d\x10\x10\x10")},
-        {"last piece missing", std::string("\x10\x06\x10\x10\x10\x01\x01\x10\x10%s\x10\x10")},
-    };
-    for (const Case& c : cases) {
-        EXPECT_EQ(NL_DECODE_CORRUPTED, decode("QES0001Z " + c.body).status) << c.what;
-    }
-    // A body that does not start with 0x01 is read as the ordered form.
-    EXPECT_EQ(NL_DECODE_CORRUPTED, decode("QES0001E plain text").status);
     // Well-formed: star width, wide string, double, unsigned hex.
     std::string good(
         "\x10\x06\x10\x10\x10\x03\x03\x02\x01"
@@ -152,10 +101,40 @@ TEST(NlsDecode, BrokenOrderedBodiesAreCorrupted) {
     EXPECT_EQ(NL_DECODE_OK, decode("QES0001Z " + good).status);
 }
 
-TEST(NlsDecode, NoMemoryForTheMessage) {
-    nlMsgAlloc = [](size_t) -> void* { return nullptr; };
-    EXPECT_EQ(NL_DECODE_NO_MEMORY, decode("QEV2522E \x01Out of memory.\n").status);
-    nlMsgAlloc = malloc;
+TEST(NlsDecode, BadLettersDefaultTextAndBrokenBodies) {
+    const std::string h("QES0001Z \x10\x06\x10\x10\x10");  // prefix and ordered header
+    struct Case {
+        const char* what;
+        std::string text;
+        nlDecodeStatus status;
+    } cases[] = {
+        {"letter M", "QES0001M \x01retired", NL_DECODE_RETIRED},
+        {"unknown letter", "QES0001Q \x01x", NL_DECODE_CORRUPTED},
+        {"F: in range, not a severity", "QES0001F \x01x", NL_DECODE_CORRUPTED},
+        {"lower case", "QES0001e \x01x", NL_DECODE_CORRUPTED},
+        {"A: before E", "QES0001A \x01x", NL_DECODE_CORRUPTED},
+        {"no letter", "QES0001", NL_DECODE_CORRUPTED},
+        {"prefix only", "QES", NL_DECODE_CORRUPTED},
+        {"prefix too short", "QES12E \x01x", NL_DECODE_CORRUPTED},
+        {"no room for the prefix", "QES0001E", NL_DECODE_CORRUPTED},
+        {"default text", kNlDefaultText, NL_DECODE_MISSING},
+        {"default text and more", std::string(kNlDefaultText) + " ", NL_DECODE_RETIRED},
+        {"no 0x01: read as ordered", "QES0001E plain text", NL_DECODE_CORRUPTED},
+        {"too short", "QES0001Z \x10\x06\x10", NL_DECODE_CORRUPTED},
+        {"17 inserts", h + "\x11", NL_DECODE_CORRUPTED},
+        {"order list cut", h + "\x03\x01", NL_DECODE_CORRUPTED},
+        {"slot out of range", h + "\x01\x02\x10\x10%s\x10\x10\x10", NL_DECODE_CORRUPTED},
+        {"slot twice", h + "\x02\x01\x01\x10\x10%s\x10\x10\x10%s\x10\x10\x10\x10",
+         NL_DECODE_CORRUPTED},
+        {"string spec for an int", h + "\x01\x01\x10\x01%s\x10\x10\x10", NL_DECODE_CORRUPTED},
+        {"two conversions", h + "\x01\x01\x10\x10%s%s\x10\x10\x10", NL_DECODE_CORRUPTED},
+        {"star not counted", h + "\x01\x01\x10\x01%*d\x10\x10\x10", NL_DECODE_CORRUPTED},
+        {"%n", h + "\x01\x01\x10\x01%n\x10\x10\x10", NL_DECODE_CORRUPTED},
+        {"long int", h + "\x01\x01\x10\x01%ld\x10\x10\x10", NL_DECODE_CORRUPTED},
+        {"type 4", h + "\x01\x01\x10\x04%d\x10\x10\x10", NL_DECODE_CORRUPTED},
+        {"last piece missing", h + "\x01\x01\x10\x10%s\x10\x10", NL_DECODE_CORRUPTED},
+    };
+    for (const Case& c : cases) EXPECT_EQ(c.status, decode(c.text).status) << c.what;
 }
 
 }  // namespace

@@ -24,40 +24,26 @@ class NlsFormatTest : public NlsTest {
     }
 };
 
-std::string text(unsigned number, ...) {
-    va_list args;
-    va_start(args, number);
-    int severity = -1;
-    char* t = nlFormatMsg(nlGetGlobalObject(), number, args, &severity);
-    va_end(args);
-    std::string s = t ? t : "(null)";
-    if (!t) {
-        EXPECT_EQ(0, severity);
-    }
-    free(t);
-    return s;
-}
-
 TEST_F(NlsFormatTest, OrderedFormPlacesEveryInsertTypeInItsSlot) {
     // Caller's order: width and int, string, unsigned, double, wide string, hex.
     EXPECT_EQ("QES0001W [ab  |    42|7|3.14|wide|ff]\n",
-              text(1, 6, 42, "ab", 7u, 3.14159, L"wide", 255u));
+              nlsText(1, 6, 42, "ab", 7u, 3.14159, L"wide", 255u));
     // Order list 2, 1: the first argument lands in the second slot.
-    EXPECT_EQ("QES0004E second B, first A\n", text(4, "A", "B"));
-    EXPECT_EQ("QES0004E second (null), first A\n", text(4, "A", static_cast<char*>(nullptr)));
+    EXPECT_EQ("QES0004E second B, first A\n", nlsText(4, "A", "B"));
+    EXPECT_EQ("QES0004E second (null), first A\n", nlsText(4, "A", static_cast<char*>(nullptr)));
     std::string big(5000, 'n');
-    EXPECT_EQ("QES0004E second " + big + ", first A\n", text(4, "A", big.c_str()));
+    EXPECT_EQ("QES0004E second " + big + ", first A\n", nlsText(4, "A", big.c_str()));
 }
 
 TEST_F(NlsFormatTest, PrefixTrailerAndLettersShapeTheText) {
-    EXPECT_EQ("QES0003I 5 items in box.\n", text(3, 5, "box"));
-    EXPECT_EQ("QES0005I text before the trailer 9\n", text(5, 9));
-    EXPECT_EQ("QES2345K five digits x\n", text(12345, "x"));
-    EXPECT_EQ("letter T\n", text(20));
-    EXPECT_EQ("letter R\n", text(21));
-    EXPECT_EQ("letter L y\n", text(22, "y"));
-    EXPECT_EQ("QES0023S letter S\n", text(23));
-    EXPECT_EQ("", text(7));  // an empty body is an empty text
+    EXPECT_EQ("QES0003I 5 items in box.\n", nlsText(3, 5, "box"));
+    EXPECT_EQ("QES0005I text before the trailer 9\n", nlsText(5, 9));
+    EXPECT_EQ("QES2345K five digits x\n", nlsText(12345, "x"));
+    EXPECT_EQ("letter T\n", nlsText(20));
+    EXPECT_EQ("letter R\n", nlsText(21));
+    EXPECT_EQ("letter L y\n", nlsText(22, "y"));
+    EXPECT_EQ("QES0023S letter S\n", nlsText(23));
+    EXPECT_EQ("", nlsText(7));  // an empty body is an empty text
 }
 
 TEST_F(NlsFormatTest, OutputGoesToTheRoutineOfItsSeverityAndErrorsToTheLog) {
@@ -92,18 +78,18 @@ TEST_F(NlsFormatTest, MissingCorruptedAndRetiredMessages) {
         std::regex(R"(QES9999E nlscatalog\.cpp\(\d+\): Message No 999 could not be found\.\n)")))
         << captured()[0].second;
     // A catalog text equal to catgets' default counts as missing.
-    EXPECT_EQ("(null)", text(10));
+    EXPECT_EQ("(null)", nlsText(10));
     EXPECT_NE(std::string::npos, captured()[1].second.find("Message No 10 could not be found."));
     for (unsigned bad : {8u, 9u, 11u, 12u}) {
         captured().clear();
-        EXPECT_EQ("(null)", text(bad));
+        EXPECT_EQ("(null)", nlsText(bad));
         ASSERT_EQ(1u, captured().size()) << bad;
         EXPECT_NE(std::string::npos, captured()[0].second.find("Message No " + std::to_string(bad) +
                                                                " is corrupted."));
     }
     // Letter M: nothing at all, not even an error.
     captured().clear();
-    EXPECT_EQ("(null)", text(6));
+    EXPECT_EQ("(null)", nlsText(6));
     nlMsg(6);
     EXPECT_TRUE(captured().empty()) << output();
 
@@ -111,6 +97,14 @@ TEST_F(NlsFormatTest, MissingCorruptedAndRetiredMessages) {
     EXPECT_NE(std::string::npos, log.find("Message No 999 could not be found."));
     EXPECT_NE(std::string::npos, log.find("Message No 12 is corrupted."));
     EXPECT_EQ(std::string::npos, log.find("No 6 "));
+
+    captured().clear();
+    EXPECT_EQ(NL_SEV_W, nlGetSeverity(1));
+    EXPECT_EQ(NL_SEV_Z, nlGetSeverity(2));
+    EXPECT_EQ(NL_SEV_K, nlGetSeverity(12345));
+    EXPECT_EQ(-1, nlGetSeverity(6));
+    EXPECT_EQ(-1, nlGetSeverity(999));
+    EXPECT_EQ(1u, captured().size());  // QES9999E for 999 only
 }
 
 TEST_F(NlsFormatTest, NoMemoryForAMessageIsReportedWithoutLogging) {
@@ -120,15 +114,6 @@ TEST_F(NlsFormatTest, NoMemoryForAMessageIsReportedWithoutLogging) {
     EXPECT_EQ("QES0109E Insufficient memory for allocation of message structure.\n",
               captured()[0].second);
     EXPECT_EQ("", zebotest::readFile(errorLog()));
-}
-
-TEST_F(NlsFormatTest, SeverityLookup) {
-    EXPECT_EQ(NL_SEV_W, nlGetSeverity(1));
-    EXPECT_EQ(NL_SEV_Z, nlGetSeverity(2));
-    EXPECT_EQ(NL_SEV_K, nlGetSeverity(12345));
-    EXPECT_EQ(-1, nlGetSeverity(6));
-    EXPECT_EQ(-1, nlGetSeverity(999));
-    EXPECT_EQ(1u, captured().size());  // QES9999E for 999 only
 }
 
 TEST_F(NlsFormatTest, LogPrintfPlacesTheTextAndShowsItAsAsked) {
@@ -211,22 +196,22 @@ TEST_F(NlsFormatTest, ThreadsShareASmallCache) {
                 bool ok = true;
                 switch ((i + t) % 5) {
                     case 0:
-                        ok = text(3, i, "box") ==
+                        ok = nlsText(3, i, "box") ==
                              "QES0003I " + std::to_string(i) + " items in box.\n";
                         break;
                     case 1:
-                        ok = text(4, "A", "B") == "QES0004E second B, first A\n";
+                        ok = nlsText(4, "A", "B") == "QES0004E second B, first A\n";
                         break;
                     case 2:
-                        ok = text(20) == "letter T\n";
+                        ok = nlsText(20) == "letter T\n";
                         break;
                     case 3:
-                        ok = text(12345, "k") == "QES2345K five digits k\n";
+                        ok = nlsText(12345, "k") == "QES2345K five digits k\n";
                         break;
                     default: {
                         char want[64];
                         snprintf(want, sizeof want, "QES0001W [s   |%*d|1|0.50|w|10]\n", 2, i);
-                        ok = text(1, 2, i, "s", 1u, 0.5, L"w", 16u) == want;
+                        ok = nlsText(1, 2, i, "s", 1u, 0.5, L"w", 16u) == want;
                         break;
                     }
                 }
@@ -257,16 +242,6 @@ TEST_F(NlsFormatTest, NothingIsShownOnceTheRepositoryIsReleased) {
     EXPECT_EQ(nullptr, nlFormatText(3, 1, "x"));
     EXPECT_EQ(-1, nlGetSeverity(3));
     EXPECT_TRUE(captured().empty());
-}
-
-TEST_F(NlsFormatTest, PrefixFieldIsTheApplicationsOwn) {
-    nlsObject_t* obj = nlGetGlobalObject();
-    EXPECT_STREQ("QES", nlGetPrefix(obj));
-    nlSetPrefix(obj, "QEV");
-    EXPECT_STREQ("QEV", nlGetPrefix(obj));
-    nlSetPrefix(obj, "TOOLONG");
-    EXPECT_STREQ("TOO", nlGetPrefix(obj));
-    EXPECT_EQ("QES0003I 1 items in a.\n", text(3, 1, "a"));  // catalogs keep their own
 }
 
 }  // namespace

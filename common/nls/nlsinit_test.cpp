@@ -54,26 +54,6 @@ class NlsInitTest : public NlsTest {
     bool tracing = false;
 };
 
-std::string text(unsigned number, ...) {
-    va_list args;
-    va_start(args, number);
-    char* t = nlFormatMsg(nlGetGlobalObject(), number, args, nullptr);
-    va_end(args);
-    std::string s = t ? t : "(null)";
-    free(t);
-    return s;
-}
-
-std::string english(unsigned number, ...) {
-    va_list args;
-    va_start(args, number);
-    char* t = nlFormatMsgEnglish(nlGetGlobalObject(), number, args, nullptr);
-    va_end(args);
-    std::string s = t ? t : "(null)";
-    free(t);
-    return s;
-}
-
 TEST_F(NlsInitTest, GermanLocaleShowsGermanTextsWithInsertsInGermanOrder) {
     setLang("de_DE.UTF-8");
     ASSERT_EQ(0, init("zebo.cat", catalogs()));
@@ -91,12 +71,12 @@ TEST_F(NlsInitTest, GermanLocaleShowsGermanTextsWithInsertsInGermanOrder) {
         "QEV0476E Die Berichtsdatei /tmp/rvkinstr.report.p42 für Instrumentation konnte nicht "
         "geöffnet werden (Permission denied). Es wird kein Bericht geschrieben.\n",
         captured()[1].second);
-    EXPECT_EQ(kGerman2522, text(2522));
+    EXPECT_EQ(kGerman2522, nlsText(2522));
     // The English-only lookup reads the English catalog and its own cache.
     unsigned long reads = nlCatalogReads;
-    EXPECT_EQ(kEnglish2522, english(2522));
-    EXPECT_EQ(kEnglish2522, english(2522));
-    EXPECT_EQ(kGerman2522, text(2522));
+    EXPECT_EQ(kEnglish2522, nlsEnglish(2522));
+    EXPECT_EQ(kEnglish2522, nlsEnglish(2522));
+    EXPECT_EQ(kGerman2522, nlsText(2522));
     EXPECT_EQ(reads + 1, nlCatalogReads);
     // Errors shown went to the error log as well.
     std::string log = zebotest::readFile(errorLog());
@@ -109,7 +89,7 @@ TEST_F(NlsInitTest, BareLanguageNamesUseTheirFolderAndUnknownOnesEnglish) {
     setLang("xx");
     ASSERT_EQ(0, init("zebo.cat", catalogs()));
     EXPECT_STREQ("xx", rvkLocale);
-    EXPECT_EQ(kEnglish2522, text(2522));
+    EXPECT_EQ(kEnglish2522, nlsText(2522));
     EXPECT_TRUE(captured().empty()) << output();  // English was found: no warning
     trClose(0);
     EXPECT_NE(std::string::npos,
@@ -119,7 +99,7 @@ TEST_F(NlsInitTest, BareLanguageNamesUseTheirFolderAndUnknownOnesEnglish) {
     nlFreeRepository();
     setLang("de");
     ASSERT_EQ(0, init("zebo.cat", catalogs()));
-    EXPECT_EQ(kGerman2522, text(2522));
+    EXPECT_EQ(kGerman2522, nlsText(2522));
 }
 
 TEST_F(NlsInitTest, LanguageWithoutCatalogWarnsAndFallsBackToEnglish) {
@@ -132,25 +112,23 @@ TEST_F(NlsInitTest, LanguageWithoutCatalogWarnsAndFallsBackToEnglish) {
               captured()[0].second);
     EXPECT_STREQ("en_US", rvkLocale);
     EXPECT_STREQ("en_US", localeField);
-    EXPECT_EQ(kEnglish2522, text(2522));
+    EXPECT_EQ(kEnglish2522, nlsText(2522));
 }
 
-TEST_F(NlsInitTest, PlainLocalesAreEnglishWithoutWarning) {
+TEST_F(NlsInitTest, PlainLocalesAreEnglishWithoutWarningUnlessALocaleWasChosen) {
     for (const char* lang : {"C", "C.UTF-8", "POSIX"}) {
         nlFreeRepository();
         setLang(lang);
         ASSERT_EQ(0, init("zebo.cat", catalogs())) << lang;
         EXPECT_STREQ("en_US", rvkLocale) << lang;
-        EXPECT_EQ(kEnglish2522, text(2522)) << lang;
+        EXPECT_EQ(kEnglish2522, nlsText(2522)) << lang;
     }
     EXPECT_TRUE(captured().empty()) << output();
-}
-
-TEST_F(NlsInitTest, LocaleAlreadyChosenIsUsedWithoutAskingTheSystem) {
-    setLang("C");
+    // A locale already chosen is used without asking the system.
+    nlFreeRepository();
     snprintf(rvkLocale, sizeof rvkLocale, "de");
     ASSERT_EQ(0, init("zebo.cat", catalogs()));
-    EXPECT_EQ(kGerman2522, text(2522));
+    EXPECT_EQ(kGerman2522, nlsText(2522));
 }
 
 TEST_F(NlsInitTest, MissingEnglishCatalogFailsWithQES0101E) {
@@ -189,17 +167,17 @@ TEST_F(NlsInitTest, SilentApplicationLogsButShowsNothingAndOnlyQueriesTheLocale)
     EXPECT_NE(std::string::npos, zebotest::readFile(errorLog()).find(kEnglish2522));
 }
 
-TEST_F(NlsInitTest, ClientApplicationReadsTheRuntimeCatalog) {
-    ASSERT_EQ(0, init(nullptr, catalogs(), 1));
+TEST_F(NlsInitTest, Message476FromTheClientAndTheAgentCatalogAndTheInstrumentation) {
+    ASSERT_EQ(0, init(nullptr, catalogs(), 1));  // a client reads the runtime catalog
     nlMsg(476, "Instrumentation", "/x/rvkinstr.report.p7", "No such file or directory");
     ASSERT_EQ(1u, captured().size());
     EXPECT_EQ(
         "QES0476E Instrumentation: the report file /x/rvkinstr.report.p7 could not be "
         "opened (No such file or directory). No report is written.\n",
         captured()[0].second);
-}
 
-TEST_F(NlsInitTest, InstrumentationShowsMessage476ThroughTheRepository) {
+    nlFreeRepository();
+    captured().clear();
     auto engineRoutine = instrShowMessage476;
     ASSERT_EQ(0, init("zebo.cat", catalogs()));
     ASSERT_NE(engineRoutine, instrShowMessage476);
@@ -227,7 +205,7 @@ TEST_F(NlsInitTest, SecondInitOnlyRefreshesTheFormatsAndCodePageSwitches) {
     EXPECT_EQ(1, logMsgCodepage);
     EXPECT_EQ(1, displayCodepage);
     EXPECT_EQ(4, date_fmt);
-    EXPECT_EQ(kGerman2522, text(2522));
+    EXPECT_EQ(kGerman2522, nlsText(2522));
     EXPECT_TRUE(captured().empty()) << output();
 }
 

@@ -42,40 +42,30 @@ class NlsRoundTripTest : public NlsTest {
     }
 };
 
-std::string text(unsigned number, ...) {
-    va_list args;
-    va_start(args, number);
-    char* t = nlFormatMsg(nlGetGlobalObject(), number, args, nullptr);
-    va_end(args);
-    std::string s = t ? t : "(null)";
-    free(t);
-    return s;
-}
-
 TEST_F(NlsRoundTripTest, OrderedTextsComeOutAsWritten) {
     add(1, 'E', CatForm::Ordered, "%3$s|%1$*.*d|%2$X|100%%");
-    EXPECT_EQ("QEV0001E z|  007|FF|100%", text(1, 5, 3, 7, 255u, "z"));
+    EXPECT_EQ("QEV0001E z|  007|FF|100%", nlsText(1, 5, 3, 7, 255u, "z"));
 
     add(2, 'Z', CatForm::Ordered, "no inserts, 50%% done\n");
-    EXPECT_EQ("no inserts, 50% done\n", text(2));
+    EXPECT_EQ("no inserts, 50% done\n", nlsText(2));
 
     add(3, 'I', CatForm::Ordered, "", "TR");
-    EXPECT_EQ("QEV0003I ", text(3));
+    EXPECT_EQ("QEV0003I ", nlsText(3));
 
     add(4, 'W', CatForm::Ordered, "%2$s %1$+.3e %3$-3c|", "ABCDEF");
-    EXPECT_EQ("QEV0004W b -1.500e+00 q  |", text(4, -1.5, "b", 'q'));
+    EXPECT_EQ("QEV0004W b -1.500e+00 q  |", nlsText(4, -1.5, "b", 'q'));
 
     std::string eleven;
     for (int i = 11; i >= 1; --i) eleven += "%" + std::to_string(i) + "$d ";
     add(5, 'Z', CatForm::Ordered, eleven);
-    EXPECT_EQ("11 10 9 8 7 6 5 4 3 2 1 ", text(5, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11));
+    EXPECT_EQ("11 10 9 8 7 6 5 4 3 2 1 ", nlsText(5, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11));
 }
 
 TEST_F(NlsRoundTripTest, PrintfTextsAndTheirStructuredInserts) {
     add(10, 'S', CatForm::Printf, "%c-%5.*s-%5.1f-%lu-%u-%p-%%-%d", "T1");
     void* ptr = reinterpret_cast<void*>(0x1234);
     EXPECT_EQ("QEV0010S A-   ab-  2.5-9-4-0x1234-%--3",
-              text(10, 'A', 2, "abc", 2.5, 9ul, 4u, ptr, -3));
+              nlsText(10, 'A', 2, "abc", 2.5, 9ul, 4u, ptr, -3));
     nlInsertResult r;
     nlMsgDesc desc = {10, 0, 0, nullptr};
     ASSERT_EQ(0,

@@ -2,6 +2,7 @@
 
 #include <locale.h>
 #include <pthread.h>
+#include <stdarg.h>
 #include <stdlib.h>
 
 #include <mutex>
@@ -24,6 +25,18 @@ int capture(const char* text) {
     std::lock_guard<std::mutex> hold(gCaptureLock);
     gCaptured.emplace_back(S, text);
     return 0;
+}
+
+std::string formatted(bool english, unsigned number, va_list args) {
+    int severity = -1;
+    char* t =
+        (english ? nlFormatMsgEnglish : nlFormatMsg)(nlGetGlobalObject(), number, args, &severity);
+    std::string s = t ? t : "(null)";
+    if (!t) {
+        EXPECT_EQ(0, severity);
+    }
+    free(t);
+    return s;
 }
 
 const nlOutputRoutine kRoutines[NL_SEVERITY_COUNT] = {
@@ -81,4 +94,19 @@ std::string NlsTest::catalogs() {
 }
 std::string NlsTest::testCatalogs() {
     return ZEBO_BINARY_DIR "/testcatalogs";
+}
+
+std::string nlsText(unsigned number, ...) {
+    va_list args;
+    va_start(args, number);
+    std::string s = formatted(false, number, args);
+    va_end(args);
+    return s;
+}
+std::string nlsEnglish(unsigned number, ...) {
+    va_list args;
+    va_start(args, number);
+    std::string s = formatted(true, number, args);
+    va_end(args);
+    return s;
 }

@@ -40,4 +40,9 @@ class NlsTest : public ::testing::Test {
     char localeField[1024] = "";
 };
 
+// A message formatted by the repository, "(null)" when it has none; in the
+// user's language or from the English catalog.
+std::string nlsText(unsigned number, ...);
+std::string nlsEnglish(unsigned number, ...);
+
 #endif

@@ -10,18 +10,19 @@
 namespace {
 
 TEST(DeadlineTest, CarriesMillisecondsIntoSecondsExactly) {
-    struct timespec d = pkDeadline(100, 900000, 1500);
-    EXPECT_EQ(102, d.tv_sec);
-    EXPECT_EQ(400000000, d.tv_nsec);
-    d = pkDeadline(100, 500000, 500);
-    EXPECT_EQ(101, d.tv_sec);
-    EXPECT_EQ(0, d.tv_nsec);
-    d = pkDeadline(100, 999999, 999);
-    EXPECT_EQ(101, d.tv_sec);
-    EXPECT_EQ(998999000, d.tv_nsec);
-    d = pkDeadline(7, 0, 0);
-    EXPECT_EQ(7, d.tv_sec);
-    EXPECT_EQ(0, d.tv_nsec);
+    struct Case {
+        long sec, usec;
+        unsigned long ms;
+        long wantSec, wantNsec;
+    } cases[] = {{100, 900000, 1500, 102, 400000000},
+                 {100, 500000, 500, 101, 0},
+                 {100, 999999, 999, 101, 998999000},
+                 {7, 0, 0, 7, 0}};
+    for (const Case& c : cases) {
+        struct timespec d = pkDeadline(c.sec, c.usec, c.ms);
+        EXPECT_EQ(c.wantSec, d.tv_sec) << c.sec << " " << c.usec << " " << c.ms;
+        EXPECT_EQ(c.wantNsec, d.tv_nsec) << c.sec << " " << c.usec << " " << c.ms;
+    }
 }
 
 class ConditionTest : public ::testing::Test {
@@ -76,14 +77,6 @@ TEST_F(ConditionTest, WaitReturnsOwningTheWrapperWithItsHolds) {
     other.join();
 }
 
-TEST_F(ConditionTest, SignalBeforeTheWaitIsNotWaitedFor) {
-    c.signalled = 1;
-    ASSERT_EQ(0, pkMutexAcquire(m));
-    EXPECT_EQ(0, pkConditionWait(&c));
-    EXPECT_EQ(0, pkConditionTimedWait(&c, 5000));
-    pkMutexRelease(m);
-}
-
 TEST_F(ConditionTest, TimedWaitExpiresOrIsSignalled) {
     ASSERT_EQ(0, pkMutexAcquire(m));
     struct timeval before, after;
@@ -98,8 +91,12 @@ TEST_F(ConditionTest, TimedWaitExpiresOrIsSignalled) {
     EXPECT_EQ(0, pkConditionTimedWait(&c, 10000));
     EXPECT_EQ(1, c.signalled);
     EXPECT_EQ(1u, m->count);
-    pkMutexRelease(m);
     signaller.join();
+
+    // A signal given before the wait is not waited for.
+    EXPECT_EQ(0, pkConditionWait(&c));
+    EXPECT_EQ(0, pkConditionTimedWait(&c, 5000));
+    pkMutexRelease(m);
 }
 
 }  // namespace

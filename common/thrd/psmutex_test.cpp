@@ -104,16 +104,4 @@ TEST_F(LockTest, WrapperWorksWhenThreadingIsSwitchedOnLater) {
     EXPECT_EQ(0, pkMutexDestroy(m));
 }
 
-TEST(ThreadTest, StackSize) {
-    EXPECT_EQ(RC_NULL_ATTRIBUTES, psSetStackSize(nullptr, 65536));
-    pthread_attr_t attributes;
-    pthread_attr_init(&attributes);
-    EXPECT_EQ(0, psSetStackSize(&attributes, 1 << 20));
-    size_t size = 0;
-    pthread_attr_getstacksize(&attributes, &size);
-    EXPECT_EQ(1u << 20, size);
-    EXPECT_EQ(EINVAL, psSetStackSize(&attributes, 16));
-    pthread_attr_destroy(&attributes);
-}
-
 }  // namespace

@@ -15,16 +15,12 @@ TEST(CodePageTest, ConversionRules) {
         long c;
         int expected;
     };
+    // Table lookups are checked by TablesRoundTrip; these are the rules around them.
     const Case cases[] = {
-        {367, 'A', 'A'},   {367, ' ', ' '},   {367, '~', '~'},     {367, 31, -2},
-        {367, 127, -2},    {367, 0xE9, -2},   {367, 0xFFFF, -2},   {819, 0xE9, 0xE9},
-        {819, 0xA0, 0xA0}, {819, 0xFF, 0xFF}, {819, 0x80, -2},     {819, 0x9F, -2},
-        {819, 127, -2},    {819, 10, -2},     {819, 0x100, -2},    {819, 0x20AC, -2},
-        {437, 'z', 'z'},   {437, 0xE9, 0x82}, {437, 0x2591, 0xB0}, {437, 0x3B1, 0xE0},
-        {437, 0xA0, 0xFF}, {437, 0xE3, -2},   {437, 127, -2},      {437, 9, -2},
-        {437, 0xFFFF, -2}, {437, 0x263A, -2}, {850, 0xE3, 0xC6},   {850, 0x131, 0xD5},
-        {850, 0xF8, 0x9B}, {850, 0x3B1, -2},  {850, 0x20AC, -2},   {850, 0x1F, -2},
-        {1252, 'A', -1},   {0, 'A', -1},
+        {367, 'A', 'A'},     {367, 31, -2},     {367, 127, -2},    {367, 0xE9, -2},
+        {819, 0xE9, 0xE9},   {819, 0x80, -2},   {819, 0x100, -2},  {819, 0x20AC, -2},
+        {437, 0x2591, 0xB0}, {437, 0xFFFF, -2}, {437, 0x263A, -2}, {850, 0x3B1, -2},
+        {1252, 'A', -1},     {0, 'A', -1},
     };
     for (const Case& c : cases) {
         EXPECT_EQ(cpWideToByte(c.cp, static_cast<wchar_t>(c.c)), c.expected)

@@ -140,30 +140,12 @@ TEST_F(DateTest, FormattedDatesParseBackInEveryLayout) {
 
 TEST_F(DateTest, CompareGoesDownToTheSecond) {
     const nlDateTime base = {2024, 6, 15, 12, 30, 30};
-    for (int field = 0; field < 6; ++field) {
-        nlDateTime later = base;
-        switch (field) {
-            case 0:
-                later.year++;
-                break;
-            case 1:
-                later.month++;
-                break;
-            case 2:
-                later.day++;
-                break;
-            case 3:
-                later.hour++;
-                break;
-            case 4:
-                later.minute++;
-                break;
-            case 5:
-                later.second++;
-                break;
-        }
-        EXPECT_EQ(nlCompareDateTime(base, later), -1) << field;
-        EXPECT_EQ(nlCompareDateTime(later, base), 1) << field;
+    const nlDateTime later[] = {{2025, 6, 15, 12, 30, 30}, {2024, 7, 15, 12, 30, 30},
+                                {2024, 6, 16, 12, 30, 30}, {2024, 6, 15, 13, 30, 30},
+                                {2024, 6, 15, 12, 31, 30}, {2024, 6, 15, 12, 30, 31}};
+    for (const nlDateTime& l : later) {
+        EXPECT_EQ(nlCompareDateTime(base, l), -1) << show(l);
+        EXPECT_EQ(nlCompareDateTime(l, base), 1) << show(l);
     }
     EXPECT_EQ(nlCompareDateTime(base, base), 0);
     // A higher field outweighs all lower ones.
@@ -201,30 +183,26 @@ TEST_F(DateTest, RelativeDatesCrossMonthsYearsAndLeapDays) {
     EXPECT_EQ(show(out), "0007-07-07 07:07:07");
 }
 
+int daysIn(int year, int month) {
+    static const int kDays[12] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+    return kDays[month - 1] + (month == 2 && leap ? 1 : 0);
+}
+
 // Stepping one day at a time must agree with the direct computation.
 TEST_F(DateTest, RelativeDatesAgreeWithDayByDayWalk) {
-    static const int kDays[12] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
     std::mt19937 rng(20240229);
     for (int trial = 0; trial < 20; ++trial) {
         int y = 1600 + static_cast<int>(rng() % 800), m = 1 + static_cast<int>(rng() % 12);
-        int leap = (y % 4 == 0 && y % 100 != 0) || y % 400 == 0;
-        int d = 1 + static_cast<int>(rng() % (kDays[m - 1] + (m == 2 ? leap : 0)));
-        const nlDateTime start = date(y, m, d);
+        const nlDateTime start = date(y, m, 1 + static_cast<int>(rng() % daysIn(y, m)));
         nlDateTime walk = start;
         for (long n = 1; n <= 1500; ++n) {
-            // Previous day by hand.
-            if (walk.day > 1) {
-                walk.day--;
-            } else {
-                if (walk.month > 1) {
-                    walk.month--;
-                } else {
+            if (--walk.day == 0) {  // previous day by hand
+                if (--walk.month == 0) {
                     walk.month = 12;
                     walk.year--;
                 }
-                int wy = walk.year;
-                int wl = (wy % 4 == 0 && wy % 100 != 0) || wy % 400 == 0;
-                walk.day = static_cast<uint8_t>(kDays[walk.month - 1] + (walk.month == 2 ? wl : 0));
+                walk.day = static_cast<uint8_t>(daysIn(walk.year, walk.month));
             }
             nlDateTime direct, back;
             ASSERT_EQ(nlRelativeDate(start, n, &direct), NL_DATE_OK);

@@ -29,14 +29,11 @@ TEST_F(TestFlagsTest, NamesAreMatchedInUpperCase) {
     EXPECT_EQ(3, testFlagLookup("SyncDbNorman", AgentTestClassTable));
 }
 
-TEST_F(TestFlagsTest, BadNumberRejectsTheList) {
+TEST_F(TestFlagsTest, BadWordsFailTheListAfterEarlierWords) {
     EXPECT_EQ(-1, testFlagsSet("BLOCKLIMIT:12x"));
     EXPECT_EQ(0, TEST_BLOCKLIMIT.set);
     EXPECT_EQ(-1, testFlagsSet("TIMEOUT:99999999999999999999"));
     EXPECT_EQ(0, TEST_TIMEOUT.set);
-}
-
-TEST_F(TestFlagsTest, EarlierWordsStaySetWhenALaterOneFails) {
     EXPECT_EQ(-1, testFlagsSet("MINPWLENGTH:8 FOO ANSIDISPLAY"));
     EXPECT_EQ(1, TEST_MINPWLENGTH.set);
     EXPECT_EQ(8, TEST_MINPWLENGTH.number);
@@ -55,9 +52,8 @@ TEST_F(TestFlagsTest, QuotedTextKeepsBlanks) {
     ASSERT_EQ(0, testFlagsSet("APIDATAFILE:7"));
     EXPECT_EQ(nullptr, TEST_APIDATAFILE.text);
     EXPECT_EQ(7, TEST_APIDATAFILE.number);
-}
 
-TEST_F(TestFlagsTest, InstrumentTakesNoValue) {
+    // INSTRUMENT takes no value.
     ASSERT_EQ(0, testFlagsSet("INSTRUMENT:12x INSTRLOG:\"x\""));
     EXPECT_EQ(1, TEST_INSTRUMENT.set);
     EXPECT_EQ(0, TEST_INSTRUMENT.number);
@@ -101,20 +97,6 @@ TEST_F(TestFlagsTest, TraceCreationClearsOnlyTheEarlyRows) {
     EXPECT_EQ(1, TEST_NWSSISIZE.set);
     EXPECT_EQ(1, TEST_OEMDISPLAY.set);
     EXPECT_EQ(5, TEST_WAITFORSNAPRESTOREFINISH.number);
-}
-
-TEST_F(TestFlagsTest, ShowListsEveryRow) {
-    ASSERT_EQ(0, testFlagsSetTable("ORACLEDELAY:250 TEST:\"x\"", AgentTestClassTable));
-    testing::internal::CaptureStdout();
-    testFlagsShow(AgentTestClassTable);
-    std::string shown = testing::internal::GetCapturedStdout();
-    EXPECT_EQ(
-        "BUFFERORACLEDATA             off 0\n"
-        "ORACLEDATA                   off 0\n"
-        "ORACLEDELAY                  on  250\n"
-        "SYNCDBNORMAN                 off 0\n"
-        "TEST                         on  0 \"x\"\n",
-        shown);
 }
 
 }  // namespace

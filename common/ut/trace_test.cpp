@@ -32,21 +32,17 @@ class TraceLineTest : public TraceTest {
 };
 
 TEST_F(TraceLineTest, PrefixesInTheirOrder) {
-    TR_PID = 1;
     TR_CLIENTTYPE = 1;
+    TRACE(TR_API, "x\n");  // the client tag alone has no separator
+    TR_PID = 1;
     TR_PREFIX = 1;
     unsigned line = __LINE__ + 1;
     EXPECT_EQ(6, trPrintf(__FILE__, line, "hello\n"));
     char expected[256];
-    snprintf(expected, sizeof expected, "[%.6u] [ctCLAPI     ]: trace_test.cpp      (%4u): hello\n",
+    snprintf(expected, sizeof expected,
+             "[ctCLAPI     ]x\n[%.6u] [ctCLAPI     ]: trace_test.cpp      (%4u): hello\n",
              (unsigned)getpid(), line);
     EXPECT_EQ(expected, body());
-}
-
-TEST_F(TraceLineTest, ClientTagAloneHasNoSeparator) {
-    TR_CLIENTTYPE = 1;
-    TRACE(TR_API, "x\n");
-    EXPECT_EQ("[ctCLAPI     ]x\n", body());
 }
 
 TEST_F(TraceLineTest, TimestampHasMilliseconds) {
@@ -77,20 +73,16 @@ TEST_F(TraceLineTest, ThreadIdentityRoutineMayAddAFirstLine) {
     EXPECT_EQ(expected, body());
 }
 
-TEST_F(TraceLineTest, DisabledClassEvaluatesNoArgument) {
+TEST_F(TraceLineTest, DisabledClassEvaluatesNoArgumentAndErrnoSurvives) {
     int calls = 0;
     auto count = [&calls] { return ++calls; };
     TRACE(TR_NLS, "%d\n", count());
     EXPECT_EQ(0, calls);
+    errno = EACCES;
     TRACE(TR_API, "%d\n", count());
+    EXPECT_EQ(EACCES, errno);
     EXPECT_EQ(1, calls);
     EXPECT_EQ("1\n", body());
-}
-
-TEST_F(TraceLineTest, ErrnoSurvivesATrace) {
-    errno = EACCES;
-    TRACE(TR_API, "%s\n", "text");
-    EXPECT_EQ(EACCES, errno);
 }
 
 TEST_F(TraceLineTest, OverlongTextIsCutToTheLineBuffer) {

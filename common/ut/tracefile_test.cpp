@@ -178,11 +178,6 @@ TEST_F(TraceFileTest, SizeArithmetic) {
     trSetSegSize(0);
 
     trSetMax(10);
-    trSetSegSize(3);
-    trGetSizes(&s);
-    EXPECT_EQ(4, s.segCount);
-    EXPECT_EQ(1u, s.lastSegSize);
-
     trSetSegSize(25);  // never more than TRACEMAX
     trGetSizes(&s);
     EXPECT_EQ(10u, s.segSize);
@@ -260,19 +255,6 @@ TEST_F(TraceFileTest, WriteFailureDisablesTracing) {
         EXPECT_EQ(0, TR_API);
         TRACE(TR_API, "ignored\n");  // and the program goes on
     }
-}
-
-TEST_F(TraceFileTest, AnnouncedOpenNamesFileAndMaximum) {
-    std::string name = dir.file("announce.out");
-    trSetMax(3);
-    ASSERT_EQ(0, trOpen(name.c_str(), 1));
-    trClose(0);
-    std::string text = readFile(name);
-    EXPECT_NE(std::string::npos, text.find("BEGINNING NEW TRACE\n\nTracing to file: " + name +
-                                           "\n"
-                                           "Tracefile maximum length set to 3 MB.\n" +
-                                           std::string(64, '-') + "\n"));
-    EXPECT_NE(std::string::npos, text.find(" - Trace begun.\n"));
 }
 
 }  // namespace
