@@ -13,10 +13,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <initializer_list>
 #include <string>
-#include <vector>
 
+#include "api/api_testutil.h"
 #include "api/drvkapidl.h"
 #include "common/nls/nls.h"
 #include "testing/testutil.h"
@@ -128,36 +127,8 @@ class Install {
     zebotest::TempDir dir_;
 };
 
-// Sets environment variables for the length of a test and puts the old
-// values back afterwards.
-class EnvSetting {
-  public:
-    EnvSetting(std::initializer_list<std::pair<const char*, std::string>> values) {
-        for (const auto& v : values) {
-            const char* old = getenv(v.first);
-            saved_.push_back({v.first, old ? old : "", old != nullptr});
-            setenv(v.first, v.second.c_str(), 1);
-        }
-    }
-    ~EnvSetting() {
-        for (const Saved& s : saved_) {
-            if (s.set) {
-                setenv(s.name.c_str(), s.value.c_str(), 1);
-            } else {
-                unsetenv(s.name.c_str());
-            }
-        }
-    }
-    EnvSetting(const EnvSetting&) = delete;
-    EnvSetting& operator=(const EnvSetting&) = delete;
-
-  private:
-    struct Saved {
-        std::string name, value;
-        bool set;
-    };
-    std::vector<Saved> saved_;
-};
+// Sets environment variables for the length of a test.
+using EnvSetting = EnvGuard;
 
 }  // namespace agenttest
 

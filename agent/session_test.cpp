@@ -50,26 +50,23 @@ TEST_F(SessionTest, LogOnWithThePasswordFileTakesTheServersLimit) {
     EXPECT_EQ(7u, context_.maxObjPerTxn);
 }
 
-TEST_F(SessionTest, MissingPasswordFileEndsBeforeAnyLogOn) {
+TEST_F(SessionTest, MissingOrWrongPasswordFile) {
     readOptions(true);
     ASSERT_EQ(0, psDoRvkSetUp(&context_));
+    // No file: the session ends before any log-on, which would have owed
+    // the API's clean-up.
     context_.apiCleanUpDue = 0;
     EXPECT_EQ(168, zeboSession(&context_));
     EXPECT_EQ(0u, context_.rvkHandle);
-    // A log-on that was tried would have owed the API's clean-up.
     EXPECT_EQ(0, context_.apiCleanUpDue);
     EXPECT_EQ(0u, std::string(context_.errorText).find("QEV2519E")) << context_.errorText;
-}
 
-TEST_F(SessionTest, WrongPasswordIsReportedTwice) {
-    readOptions(true);
-    ASSERT_EQ(0, psDoRvkSetUp(&context_));
+    // A wrong password is reported twice: the agent's error text carries
+    // the code, the log has the API's text.
     ASSERT_EQ(0, pszeboUpdatePswd("not-the-password", &context_));
-    context_.apiCleanUpDue = 0;
     EXPECT_EQ(137, zeboSession(&context_));
     EXPECT_EQ(1, context_.apiCleanUpDue);
     EXPECT_EQ(0u, context_.rvkHandle);
-    // The agent's error text carries the code; the log has the API's text.
     std::string text = context_.errorText;
     EXPECT_NE(std::string::npos, text.find("(rc = 137)")) << text;
     EXPECT_NE(std::string::npos, errorLog().find("==> " + text.substr(0, text.find(" (rc"))))

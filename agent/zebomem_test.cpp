@@ -6,36 +6,13 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include <initializer_list>
 #include <string>
 
-#include "common/ut/trace.h"
+#include "api/api_testutil.h"
 #include "testing/testutil.h"
 
 namespace {
-
-// Sends the trace with the class MEM on to a file of a fresh folder.
-class MemTrace {
-  public:
-    explicit MemTrace(bool on = true) : path_(dir_.file("trace.out")) {
-        trcInit(0, 0, 0);
-        trOpen(path_.c_str(), 0);
-        TR_MEM = on ? 1 : 0;
-    }
-    ~MemTrace() { close(); }
-    std::string text() {
-        close();
-        return zebotest::readFile(path_);
-    }
-
-  private:
-    void close() {
-        if (open_) trClose(1);
-        open_ = false;
-    }
-    zebotest::TempDir dir_;
-    std::string path_;
-    bool open_ = true;
-};
 
 std::string hex(const void* p) {
     char buf[32];
@@ -43,8 +20,9 @@ std::string hex(const void* p) {
     return buf;
 }
 
-bool contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
+// Every line of `expected` is somewhere in `text`.
+void expectLines(const std::string& text, std::initializer_list<std::string> expected) {
+    for (const std::string& line : expected) EXPECT_NE(std::string::npos, text.find(line)) << line;
 }
 
 // An allocator whose calls fail while `failing` is set, and which counts
@@ -73,7 +51,7 @@ class ZeboMemTest : public ::testing::Test {
 };
 
 TEST_F(ZeboMemTest, EveryAllocationAndReleaseLeavesAPairedTraceLine) {
-    MemTrace trace;
+    TraceToFile trace({&TR_MEM});
     void* m = MALLOC("a.cpp", 10, 100);
     char* c = static_cast<char*>(CALLOC("b.cpp", 20, 4, 25));
     ASSERT_NE(m, nullptr);
@@ -89,19 +67,17 @@ TEST_F(ZeboMemTest, EveryAllocationAndReleaseLeavesAPairedTraceLine) {
     EXPECT_EQ(m, nullptr);
     EXPECT_EQ(c, nullptr);
 
-    std::string t = trace.text();
-    EXPECT_TRUE(
-        contains(t, "MALLOC()ed <100> bytes at address: <" + mAddr + "> in ==> a.cpp(10).\n"));
-    EXPECT_TRUE(contains(
-        t, "CALLOC()ed <4> elements of size <25> at address <" + cAddr + "> in ==> b.cpp(20).\n"));
-    EXPECT_TRUE(contains(
-        t, "REALLOC()ed memory to <5000> bytes at address: <" + rAddr + "> in ==> c.cpp(30).\n"));
-    EXPECT_TRUE(contains(t, "FREE()ing memory at address <" + rAddr + "> in ==> d.cpp(40).\n"));
-    EXPECT_TRUE(contains(t, "FREE()ing memory at address <" + cAddr + "> in ==> e.cpp(50).\n"));
+    expectLines(
+        trace.finish(),
+        {"MALLOC()ed <100> bytes at address: <" + mAddr + "> in ==> a.cpp(10).\n",
+         "CALLOC()ed <4> elements of size <25> at address <" + cAddr + "> in ==> b.cpp(20).\n",
+         "REALLOC()ed memory to <5000> bytes at address: <" + rAddr + "> in ==> c.cpp(30).\n",
+         "FREE()ing memory at address <" + rAddr + "> in ==> d.cpp(40).\n",
+         "FREE()ing memory at address <" + cAddr + "> in ==> e.cpp(50).\n"});
 }
 
 TEST_F(ZeboMemTest, RefusedCallsAllocateNothingAndSayWhy) {
-    MemTrace trace;
+    TraceToFile trace({&TR_MEM});
     void* none = nullptr;
     EXPECT_EQ(MALLOC("a.cpp", 1, 0), nullptr);
     EXPECT_EQ(CALLOC("a.cpp", 2, 0, 8), nullptr);
@@ -113,21 +89,20 @@ TEST_F(ZeboMemTest, RefusedCallsAllocateNothingAndSayWhy) {
     EXPECT_EQ(gCalls, 0);  // a null slot is not an allocation from nothing
     EXPECT_EQ(none, nullptr);
 
-    std::string t = trace.text();
-    EXPECT_TRUE(contains(t, "ERROR: Tried to MALLOC() <0> bytes in ==> a.cpp(1).\n"));
-    EXPECT_TRUE(contains(t, "ERROR: Tried to CALLOC() <0> elements in ==> a.cpp(2).\n"));
-    EXPECT_TRUE(contains(t, "ERROR: Tried to CALLOC() elements of size <0> in ==> a.cpp(3).\n"));
-    EXPECT_TRUE(
-        contains(t, "ERROR: Tried to REALLOC() <64> bytes with NULL pointer in ==> a.cpp(4).\n"));
-    EXPECT_TRUE(contains(t, "ERROR: Tried to free NULL pointer in ==> a.cpp(6).\n"));
-    EXPECT_TRUE(contains(t, "ERROR: Tried to free NULL pointer in ==> a.cpp(7).\n"));
+    expectLines(trace.finish(),
+                {"ERROR: Tried to MALLOC() <0> bytes in ==> a.cpp(1).\n",
+                 "ERROR: Tried to CALLOC() <0> elements in ==> a.cpp(2).\n",
+                 "ERROR: Tried to CALLOC() elements of size <0> in ==> a.cpp(3).\n",
+                 "ERROR: Tried to REALLOC() <64> bytes with NULL pointer in ==> a.cpp(4).\n",
+                 "ERROR: Tried to free NULL pointer in ==> a.cpp(6).\n",
+                 "ERROR: Tried to free NULL pointer in ==> a.cpp(7).\n"});
 }
 
 TEST_F(ZeboMemTest, FailedAllocationsReturnNullAndAFailedReallocLosesTheBlock) {
     void* block = MALLOC("a.cpp", 1, 16);
     ASSERT_NE(block, nullptr);
     void* slot = block;
-    MemTrace trace;
+    TraceToFile trace({&TR_MEM});
     gFailing = true;
     EXPECT_EQ(MALLOC("f.cpp", 11, 32), nullptr);
     EXPECT_EQ(CALLOC("f.cpp", 12, 3, 7), nullptr);
@@ -135,22 +110,20 @@ TEST_F(ZeboMemTest, FailedAllocationsReturnNullAndAFailedReallocLosesTheBlock) {
     EXPECT_EQ(slot, nullptr);  // kept deliberately: the caller's hold is gone
     free(block);
 
-    std::string t = trace.text();
-    EXPECT_TRUE(contains(t, "ERROR: Failed to malloc() <32> bytes ==> f.cpp(11).\n"));
-    EXPECT_TRUE(
-        contains(t, "ERROR: Failed to calloc() <3> elements of size <7> in ==> f.cpp(12).\n"));
-    EXPECT_TRUE(contains(t, "ERROR: Failed to realloc() <1048576> bytes in ==>  f.cpp(13).\n"));
+    expectLines(trace.finish(),
+                {"ERROR: Failed to malloc() <32> bytes ==> f.cpp(11).\n",
+                 "ERROR: Failed to calloc() <3> elements of size <7> in ==> f.cpp(12).\n",
+                 "ERROR: Failed to realloc() <1048576> bytes in ==>  f.cpp(13).\n"});
 }
 
 TEST_F(ZeboMemTest, MissingFileNameAndClassOffAndTypedSlots) {
     {
-        MemTrace trace;
+        TraceToFile trace({&TR_MEM});
         FREE(static_cast<void**>(nullptr), nullptr, 9);
-        EXPECT_TRUE(contains(
-            trace.text(),
-            std::string("ERROR: Tried to free NULL pointer in ==> ") + trNullString + "(9).\n"));
+        expectLines(trace.finish(), {std::string("ERROR: Tried to free NULL pointer in ==> ") +
+                                     trNullString + "(9).\n"});
     }
-    MemTrace quiet(false);
+    TraceToFile quiet({});
     int* numbers = static_cast<int*>(MALLOC(__FILE__, __LINE__, 4 * sizeof(int)));
     ASSERT_NE(numbers, nullptr);
     numbers[3] = 7;
@@ -158,7 +131,7 @@ TEST_F(ZeboMemTest, MissingFileNameAndClassOffAndTypedSlots) {
     EXPECT_EQ(numbers[3], 7);
     FREE(&numbers, __FILE__, __LINE__);
     EXPECT_EQ(numbers, nullptr);
-    EXPECT_FALSE(contains(quiet.text(), "MALLOC()ed"));
+    EXPECT_EQ(std::string::npos, quiet.finish().find("MALLOC()ed"));
 }
 
 }  // namespace

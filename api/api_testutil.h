@@ -7,6 +7,7 @@
 
 #include <initializer_list>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "common/ut/trace.h"
@@ -40,15 +41,15 @@ class TraceToFile {
     bool closed_ = false;
 };
 
-// Unsets the named variables and puts their old values back at the end.
+// Unsets the named variables, or sets them to the values given, and puts
+// their old values back at the end.
 class EnvGuard {
   public:
     EnvGuard(std::initializer_list<const char*> names) {
-        for (const char* n : names) {
-            const char* v = getenv(n);
-            saved_.push_back({n, v ? v : "", v != nullptr});
-            unsetenv(n);
-        }
+        for (const char* n : names) save(n), unsetenv(n);
+    }
+    EnvGuard(std::initializer_list<std::pair<const char*, std::string>> values) {
+        for (const auto& v : values) save(v.first), setenv(v.first, v.second.c_str(), 1);
     }
     ~EnvGuard() {
         for (const Saved& s : saved_) {
@@ -63,6 +64,10 @@ class EnvGuard {
     EnvGuard& operator=(const EnvGuard&) = delete;
 
   private:
+    void save(const char* name) {
+        const char* v = getenv(name);
+        saved_.push_back({name, v ? v : "", v != nullptr});
+    }
     struct Saved {
         std::string name, value;
         bool set;

@@ -7,29 +7,12 @@
 
 #include "api/api_testutil.h"
 #include "api/drvkapidl.h"
+#include "api/repo_testutil.h"
 
 namespace {
 
-// The real library, loaded for each test and closed again afterwards.
-class WrapperTest : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        ASSERT_EQ(0, api_.Setup());
-        gRvkApiObjP = &api_;
-        setenv("RVKI_DIR", (dir_.path() + "/").c_str(), 1);
-        setenv("RVKI_LOG", (dir_.path() + "/").c_str(), 1);
-        setenv("RVKI_CONFIG", dir_.file("rvk.opt").c_str(), 1);
-    }
-    void TearDown() override {
-        api_.Term(&status_);
-        api_.Cleanup();
-        gRvkApiObjP = nullptr;
-    }
-    EnvGuard env_{"RVKI_DIR", "RVKI_LOG", "RVKI_CONFIG"};
-    zebotest::TempDir dir_;
-    DRvkApiDL api_;
-    ApiStatusObj status_ = {};
-};
+// The real library, loaded for each test; no repository.
+class WrapperTest : public LibraryTest {};
 
 TEST_F(WrapperTest, InitSetsUpOnceAndTermCleansUpOnce) {
     char prog[] = "/usr/bin/zebosync";
@@ -59,13 +42,13 @@ TEST_F(WrapperTest, InitSetsUpOnceAndTermCleansUpOnce) {
 TEST_F(WrapperTest, InitReportsWhichStepFailed) {
     setenv("RVKI_DIR", std::string(1400, 'd').c_str(), 1);
     int reason = 0;
-    EXPECT_EQ(1702, api_.Init(&status_, &reason));
+    EXPECT_EQ(1702, loader_.Init(&status_, &reason));
     EXPECT_EQ(1, reason);
     EXPECT_EQ(0, DRvkApi::m_brvkSetUpDone);
     setenv("RVKI_DIR", "/api", 1);
     setenv("RVKI_LOG", std::string(1400, 'l').c_str(), 1);
     reason = 0;
-    EXPECT_EQ(1702, api_.Init(&status_, &reason));
+    EXPECT_EQ(1702, loader_.Init(&status_, &reason));
     EXPECT_EQ(1, reason);
 }
 
@@ -81,7 +64,7 @@ void reportFakeVersion(rvkApiVersionEx* v) {
 TEST_F(WrapperTest, CompatibilityNeedsLevel55000) {
     rvkApiVersionEx v;
     memset(&v, 0xff, sizeof v);
-    EXPECT_EQ(0, api_.checkCompatibility(&status_, &v));
+    EXPECT_EQ(0, loader_.checkCompatibility(&status_, &v));
     EXPECT_EQ(RVK_API_VERSION, v.version);
     EXPECT_EQ(RVK_API_LEVEL, v.level);
 
@@ -89,43 +72,44 @@ TEST_F(WrapperTest, CompatibilityNeedsLevel55000) {
     DRvkApi::m_fnrvkQueryApiVersionExP = reportFakeVersion;
     fakeVersion = {RVK_APIVERSIONEX_VERSION, 5, 5, 0, 9};
     memset(&v, 0xff, sizeof v);
-    EXPECT_EQ(0, api_.checkCompatibility(&status_, &v));
+    EXPECT_EQ(0, loader_.checkCompatibility(&status_, &v));
     EXPECT_EQ(9, v.subLevel);
     fakeVersion = {RVK_APIVERSIONEX_VERSION, 5, 4, 9, 9};
     memset(&v, 0xff, sizeof v);
-    EXPECT_EQ(107, api_.checkCompatibility(&status_, &v));
+    EXPECT_EQ(107, loader_.checkCompatibility(&status_, &v));
     DRvkApi::m_fnrvkQueryApiVersionExP = real;
 }
 
 TEST_F(WrapperTest, TerminateWithoutSessionCallsNothing) {
     // The library would answer 113 (no such session) for handle 0.
-    EXPECT_EQ(0, api_.drvkTerminate(&status_, 0));
-    EXPECT_EQ(0, api_.Logoff(&status_, 0));
+    EXPECT_EQ(0, loader_.drvkTerminate(&status_, 0));
+    EXPECT_EQ(0, loader_.Logoff(&status_, 0));
     EXPECT_EQ(0u, status_.startTime.sec);
-    EXPECT_EQ(RVK_RC_INVALID_HANDLE, api_.drvkTerminate(&status_, 12345));
+    EXPECT_EQ(RVK_RC_INVALID_HANDLE, loader_.drvkTerminate(&status_, 12345));
     EXPECT_NE(0u, status_.startTime.sec);
 }
 
 TEST_F(WrapperTest, MessageTextIsCutButItsFullLengthReported) {
     char full[1024];
     int fullLen = 0;
-    ASSERT_EQ(0, api_.AgtRvkRCMsg(&status_, 0, RVK_RC_AUTH_FAILURE, full, sizeof full, &fullLen));
+    ASSERT_EQ(0,
+              loader_.AgtRvkRCMsg(&status_, 0, RVK_RC_AUTH_FAILURE, full, sizeof full, &fullLen));
     ASSERT_GT(fullLen, 10);
     EXPECT_EQ(fullLen, static_cast<int>(strlen(full)));
     char small[10];
     int len = 0;
-    EXPECT_EQ(0, api_.AgtRvkRCMsg(&status_, 0, RVK_RC_AUTH_FAILURE, small, sizeof small, &len));
+    EXPECT_EQ(0, loader_.AgtRvkRCMsg(&status_, 0, RVK_RC_AUTH_FAILURE, small, sizeof small, &len));
     EXPECT_EQ(std::string(full, 9), small);
     EXPECT_EQ(fullLen, len);
 
     // A code the library does not know: no text from it, a stand-in instead.
-    EXPECT_NE(0, api_.AgtRvkRCMsg(&status_, 0, 9999, full, sizeof full, &len));
+    EXPECT_NE(0, loader_.AgtRvkRCMsg(&status_, 0, 9999, full, sizeof full, &len));
     EXPECT_STREQ("", full);
     EXPECT_EQ(0, len);
-    api_.GetApiError(&status_, 0, 9999, full, sizeof full, &len);
+    loader_.GetApiError(&status_, 0, 9999, full, sizeof full, &len);
     EXPECT_STREQ("no text returned for KORU Api error 9999\n", full);
     EXPECT_EQ(static_cast<int>(strlen(full)), len);
-    EXPECT_EQ(0, api_.GetApiError(&status_, 0, 0, full, sizeof full, &len));
+    EXPECT_EQ(0, loader_.GetApiError(&status_, 0, 0, full, sizeof full, &len));
     EXPECT_STREQ("", full);
     EXPECT_EQ(0, len);
 }
@@ -151,11 +135,11 @@ void recordActivity(const char* text) {
 TEST_F(WrapperTest, LogApiErrorRetriesWithRoomForALongText) {
     apiActivityLogSink = recordActivity;
     activityLog.clear();
-    api_.LogApiError(&status_, 0, RVK_RC_AUTH_FAILURE, "zeboSession()");
+    loader_.LogApiError(&status_, 0, RVK_RC_AUTH_FAILURE, "zeboSession()");
     ASSERT_EQ(1u, activityLog.size());
     EXPECT_EQ(0u, activityLog[0].find("error 137 returned from zeboSession(): RVK0137E"));
     EXPECT_EQ('\n', activityLog[0].back());
-    api_.LogApiError(&status_, 0, 0, "zeboSession()");
+    loader_.LogApiError(&status_, 0, 0, "zeboSession()");
     EXPECT_EQ(1u, activityLog.size());
 
     auto realMsg = DRvkApi::m_fnrvkRCMsgP;
@@ -166,7 +150,7 @@ TEST_F(WrapperTest, LogApiErrorRetriesWithRoomForALongText) {
     serverLog.clear();
     activityLog.clear();
     TraceToFile trace({&TR_API});
-    api_.LogApiError(&status_, 7, RVK_RC_AUTH_FAILURE, "fn()");
+    loader_.LogApiError(&status_, 7, RVK_RC_AUTH_FAILURE, "fn()");
     std::string text = trace.finish();
     DRvkApi::m_fnrvkRCMsgP = realMsg;
     DRvkApi::m_fnrvkLogEventExP = realEvent;

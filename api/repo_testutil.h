@@ -1,6 +1,8 @@
-// Test support: a repository made with the admin tool, holding node ORANODE
-// with password "secret" and a maximum of 7 objects per transaction, and the
-// real client library loaded and set up to use it (through gRvkApiObjP).
+// Test support: the real client library loaded for each test and closed
+// again afterwards (through gRvkApiObjP), with the library's directories in
+// a fresh folder; and a repository made there with the admin tool, holding
+// node ORANODE with password "secret" and a maximum of 7 objects per
+// transaction.
 #ifndef ZEBO_API_REPO_TESTUTIL_H
 #define ZEBO_API_REPO_TESTUTIL_H
 
@@ -11,25 +13,37 @@
 #include "api/api_testutil.h"
 #include "api/drvkapidl.h"
 
-class RepositoryTest : public ::testing::Test {
+class LibraryTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        writeOptions("PROMPT");
-        admin("init");
-        admin("node add ORANODE secret");
-        admin("set maxobjpertxn 7");
         ASSERT_EQ(0, loader_.Setup());
         gRvkApiObjP = &loader_;
+        setenv("RVKI_DIR", (dir_.path() + "/").c_str(), 1);
+        setenv("RVKI_LOG", (dir_.path() + "/").c_str(), 1);
         setenv("RVKI_CONFIG", dir_.file("rvk.opt").c_str(), 1);
-        setenv("RVKI_DIR", dir_.path().c_str(), 1);
-        setenv("RVKI_LOG", dir_.path().c_str(), 1);
-        ASSERT_EQ(0, loader_.Init(&status_, nullptr));
     }
     void TearDown() override {
         loader_.Term(&status_);
         loader_.Cleanup();
         gRvkApiObjP = nullptr;
         DRvkApi::SetSetupData(nullptr);
+    }
+
+    EnvGuard env_{"RVKI_DIR", "RVKI_LOG", "RVKI_CONFIG"};
+    zebotest::TempDir dir_;
+    DRvkApiDL loader_;
+    ApiStatusObj status_ = {};
+};
+
+class RepositoryTest : public LibraryTest {
+  protected:
+    void SetUp() override {
+        LibraryTest::SetUp();
+        writeOptions("PROMPT");
+        admin("init");
+        admin("node add ORANODE secret");
+        admin("set maxobjpertxn 7");
+        ASSERT_EQ(0, loader_.Init(&status_, nullptr));
     }
     void writeOptions(const std::string& access) {
         zebotest::writeFile(dir_.file("rvk.opt"), "REPOSITORY " + dir_.file("repo.db") +
@@ -41,11 +55,6 @@ class RepositoryTest : public ::testing::Test {
             zebotest::run("vltadm -c '" + dir_.file("rvk.opt") + "' " + args, input);
         ASSERT_EQ(0, r.status) << args << ": " << r.err;
     }
-
-    EnvGuard env_{"RVKI_DIR", "RVKI_LOG", "RVKI_CONFIG"};
-    zebotest::TempDir dir_;
-    DRvkApiDL loader_;
-    ApiStatusObj status_ = {};
 };
 
 #endif

@@ -8,53 +8,12 @@
 #include <stdio.h>
 #include <string.h>
 
+#include "entry_points.h"
 #include "rvkapi.h"
 
-static const char* const kNames[] = {
-    "rvkBeginGetData",
-    "rvkBeginQuery",
-    "rvkBeginTxn",
-    "rvkBindMC",
-    "rvkChangePW",
-    "rvkCleanUp",
-    "rvkCreateDesKeyEx",
-    "rvkDecryptEx",
-    "rvkDeleteAccess",
-    "rvkDeleteFS",
-    "rvkDeleteObj",
-    "rvkEncryptEx",
-    "rvkEndGetData",
-    "rvkEndGetObj",
-    "rvkEndQuery",
-    "rvkEndSendObj",
-    "rvkEndSendObjEx",
-    "rvkEndTxn",
-    "rvkEndTxnEx",
-    "rvkGetData",
-    "rvkGetNextQObj",
-    "rvkGetObj",
-    "rvkGroupHandler",
-    "rvkInit",
-    "rvkInitEx",
-    "rvkLogEventEx",
-    "rvkQueryAccess",
-    "rvkQueryApiVersion",
-    "rvkQueryApiVersionEx",
-    "rvkQueryCliOptions",
-    "rvkQuerySessInfo",
-    "rvkQuerySessOptions",
-    "rvkRegisterFS",
-    "rvkRenameObj",
-    "rvkRCMsg",
-    "rvkRCMsgEx",
-    "rvkSetAccess",
-    "rvkSendData",
-    "rvkSendObj",
-    "rvkSetUp",
-    "rvkTerminate",
-    "rvkUpdateFS",
-    "rvkUpdateObj",
-};
+#define NAME_OF(Name) "rvk" #Name,
+static const char* const kNames[] = {RVK_ENTRY_POINTS(NAME_OF)};
+#undef NAME_OF
 
 int main(int argc, char** argv) {
     const char* lib = argc > 1 ? argv[1] : "libApiQZ.so";

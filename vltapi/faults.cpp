@@ -11,51 +11,9 @@
 namespace vlt {
 namespace {
 
-const char* const kNames[] = {
-    "rvkBeginGetData",
-    "rvkBeginQuery",
-    "rvkBeginTxn",
-    "rvkBindMC",
-    "rvkChangePW",
-    "rvkCleanUp",
-    "rvkCreateDesKeyEx",
-    "rvkDecryptEx",
-    "rvkDeleteAccess",
-    "rvkDeleteFS",
-    "rvkDeleteObj",
-    "rvkEncryptEx",
-    "rvkEndGetData",
-    "rvkEndGetObj",
-    "rvkEndQuery",
-    "rvkEndSendObj",
-    "rvkEndSendObjEx",
-    "rvkEndTxn",
-    "rvkEndTxnEx",
-    "rvkGetData",
-    "rvkGetNextQObj",
-    "rvkGetObj",
-    "rvkGroupHandler",
-    "rvkInit",
-    "rvkInitEx",
-    "rvkLogEventEx",
-    "rvkQueryAccess",
-    "rvkQueryApiVersion",
-    "rvkQueryApiVersionEx",
-    "rvkQueryCliOptions",
-    "rvkQuerySessInfo",
-    "rvkQuerySessOptions",
-    "rvkRegisterFS",
-    "rvkRenameObj",
-    "rvkRCMsg",
-    "rvkRCMsgEx",
-    "rvkSetAccess",
-    "rvkSendData",
-    "rvkSendObj",
-    "rvkSetUp",
-    "rvkTerminate",
-    "rvkUpdateFS",
-    "rvkUpdateObj",
-};
+#define VLT_FN_NAME(Name) "rvk" #Name,
+const char* const kNames[] = {RVK_ENTRY_POINTS(VLT_FN_NAME)};
+#undef VLT_FN_NAME
 static_assert(sizeof kNames / sizeof kNames[0] == static_cast<size_t>(Fn::Count),
               "one name per entry point");
 
@@ -120,10 +78,6 @@ void load() {
 }
 
 }  // namespace
-
-const char* fnName(Fn fn) {
-    return kNames[static_cast<size_t>(fn)];
-}
 
 bool faultFires(Fn fn, int16_t* rc) {
     std::call_once(gOnce, load);

@@ -7,57 +7,14 @@
 
 #include <stdint.h>
 
+#include "vltapi/entry_points.h"
+
 namespace vlt {
 
 // The 43 entry points, in the order of the program's lookup table.
-enum class Fn {
-    BeginGetData,
-    BeginQuery,
-    BeginTxn,
-    BindMC,
-    ChangePW,
-    CleanUp,
-    CreateDesKeyEx,
-    DecryptEx,
-    DeleteAccess,
-    DeleteFS,
-    DeleteObj,
-    EncryptEx,
-    EndGetData,
-    EndGetObj,
-    EndQuery,
-    EndSendObj,
-    EndSendObjEx,
-    EndTxn,
-    EndTxnEx,
-    GetData,
-    GetNextQObj,
-    GetObj,
-    GroupHandler,
-    Init,
-    InitEx,
-    LogEventEx,
-    QueryAccess,
-    QueryApiVersion,
-    QueryApiVersionEx,
-    QueryCliOptions,
-    QuerySessInfo,
-    QuerySessOptions,
-    RegisterFS,
-    RenameObj,
-    RCMsg,
-    RCMsgEx,
-    SetAccess,
-    SendData,
-    SendObj,
-    SetUp,
-    Terminate,
-    UpdateFS,
-    UpdateObj,
-    Count
-};
-
-const char* fnName(Fn fn);
+#define VLT_FN_ENUMERATOR(Name) Name,
+enum class Fn { RVK_ENTRY_POINTS(VLT_FN_ENUMERATOR) Count };
+#undef VLT_FN_ENUMERATOR
 
 // Counts this call of `fn`; true (with *rc set) when it is to fail.
 bool faultFires(Fn fn, int16_t* rc);

@@ -22,12 +22,6 @@ class Session : public ::testing::Test {
     Repo repo;
 };
 
-TEST_F(Session, LogOnNeedsSetUp) {
-    uint32_t h = 99;
-    EXPECT_EQ(logOn(&h, "node1", "pw-one"), RVK_RC_NOT_SET_UP);
-    EXPECT_EQ(h, 0u);
-}
-
 TEST_F(Session, LogOnAndSessionInformation) {
     ASSERT_EQ(setUp(repo.optFile()), RVK_RC_OK);
     uint32_t h = 0;
@@ -69,42 +63,40 @@ TEST_F(Session, LogOnAndSessionInformation) {
     EXPECT_EQ(rvkQuerySessInfo(h, &info), RVK_RC_INVALID_HANDLE);
 }
 
-TEST_F(Session, WrongPasswordOrUnknownNodeIs137) {
+TEST_F(Session, LogOnFailures) {
+    uint32_t h = 99;
+    EXPECT_EQ(logOn(&h, "node1", "pw-one"), RVK_RC_NOT_SET_UP);
+    EXPECT_EQ(h, 0u);
     ASSERT_EQ(setUp(repo.optFile()), RVK_RC_OK);
-    uint32_t h = 0;
     EXPECT_EQ(logOn(&h, "node1", "pw-two"), RVK_RC_AUTH_FAILURE);
     EXPECT_EQ(h, 0u);
     EXPECT_EQ(logOn(&h, "nobody", "pw-one"), RVK_RC_AUTH_FAILURE);
     // Node names are not case-sensitive, passwords are.
     EXPECT_EQ(logOn(&h, "NoDe1", "PW-ONE"), RVK_RC_AUTH_FAILURE);
     ASSERT_EQ(logOn(&h, "NoDe1", "pw-one"), RVK_RC_OK);
-}
-
-TEST_F(Session, NodeNameFromOptionsAndPasswordRequired) {
-    ASSERT_EQ(setUp(repo.optFile()), RVK_RC_OK);
-    uint32_t h = 0;
     EXPECT_EQ(logOn(&h, nullptr, "pw-one"), RVK_RC_OK);  // NODENAME node1
     EXPECT_EQ(logOn(&h, "node1", nullptr), RVK_RC_NO_PASSWORD);
 }
 
-TEST_F(Session, MissingRepositoryIsCommunicationFailure) {
-    std::string opt = repo.path("other.opt");
-    zebotest::writeFile(opt, "REPOSITORY does-not-exist.db\n");
-    ASSERT_EQ(setUp(opt), RVK_RC_OK);
-    uint32_t h = 0;
-    EXPECT_EQ(logOn(&h, "node1", "pw-one"), RVK_RC_COMM_FAILURE);
-    // The failure is described in the client error log next to the options.
+TEST_F(Session, UnusableRepositories) {
+    // A missing file is a communication failure, described in the client
+    // error log next to the options; a foreign file is no repository.
+    zebotest::writeFile(repo.path("junk.db"), std::string(8192, 'x'));
+    const struct {
+        const char* db;
+        int16_t rc;
+    } cases[] = {{"does-not-exist.db", RVK_RC_COMM_FAILURE},
+                 {"junk.db", RVK_RC_REPOSITORY_VERSION}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.db);
+        std::string opt = repo.path("other.opt");
+        zebotest::writeFile(opt, std::string("REPOSITORY ") + c.db + "\n");
+        ASSERT_EQ(setUp(opt), RVK_RC_OK);
+        uint32_t h = 0;
+        EXPECT_EQ(logOn(&h, "node1", "pw-one"), c.rc);
+    }
     EXPECT_NE(zebotest::readFile(repo.path("rvkerror.log")).find("does-not-exist.db"),
               std::string::npos);
-}
-
-TEST_F(Session, ForeignFileIsNotARepository) {
-    zebotest::writeFile(repo.path("junk.db"), std::string(8192, 'x'));
-    std::string opt = repo.path("junk.opt");
-    zebotest::writeFile(opt, "REPOSITORY junk.db\n");
-    ASSERT_EQ(setUp(opt), RVK_RC_OK);
-    uint32_t h = 0;
-    EXPECT_EQ(logOn(&h, "node1", "pw-one"), RVK_RC_REPOSITORY_VERSION);
 }
 
 TEST_F(Session, BadOptionsNameTheLine) {
@@ -188,7 +180,7 @@ TEST_F(Session, ExpiredPasswordMustBeChanged) {
     EXPECT_EQ(logOn(&h2, "node1", "pw-new"), RVK_RC_OK);
 }
 
-TEST_F(Session, RecordVersionsAreChecked) {
+TEST_F(Session, RecordVersionsAndOlderLogOn) {
     ASSERT_EQ(setUp(repo.optFile()), RVK_RC_OK);
     rvkInitExIn in;
     memset(&in, 0, sizeof in);
@@ -203,15 +195,8 @@ TEST_F(Session, RecordVersionsAreChecked) {
     memset(&env, 0, sizeof env);
     env.stVersion = 3;
     EXPECT_EQ(rvkSetUp(RVK_MULTITHREAD, &env), RVK_RC_BAD_STVERSION);
-    ASSERT_EQ(logOn(&h, "node1", "pw-one"), RVK_RC_OK);
-    rvkSessInfo info;
-    memset(&info, 0, sizeof info);
-    info.stVersion = 2;
-    EXPECT_EQ(rvkQuerySessInfo(h, &info), RVK_RC_BAD_STVERSION);
-}
 
-TEST_F(Session, OlderLogOnAndVersions) {
-    ASSERT_EQ(setUp(repo.optFile()), RVK_RC_OK);
+    // The older log-on and version queries.
     rvkApiVersion v;
     memset(&v, 0, sizeof v);
     v.stVersion = RVK_APIVERSION_VERSION;
@@ -221,12 +206,13 @@ TEST_F(Session, OlderLogOnAndVersions) {
     memset(&vx, 0, sizeof vx);  // a zero version is answered too
     rvkQueryApiVersionEx(&vx);
     EXPECT_GE(vx.version * 10000 + vx.release * 1000 + vx.level * 100, 55000);
-    uint32_t h = 0;
     EXPECT_EQ(rvkInit(&h, &v, const_cast<char*>("node2"), nullptr, const_cast<char*>("pw-two"),
                       const_cast<char*>("test"), nullptr, nullptr),
               RVK_RC_OK);
     rvkSessInfo info;
     memset(&info, 0, sizeof info);
+    info.stVersion = 2;
+    EXPECT_EQ(rvkQuerySessInfo(h, &info), RVK_RC_BAD_STVERSION);
     info.stVersion = RVK_SESSINFO_VERSION;
     ASSERT_EQ(rvkQuerySessInfo(h, &info), RVK_RC_OK);
     EXPECT_STREQ(info.id, "NODE2");
