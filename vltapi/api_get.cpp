@@ -9,19 +9,26 @@ using namespace vlt;
 
 namespace {
 
+// Loads the object's next chunk; RVK_RC_FINISHED when there is none.
+Rc loadChunk(Session& s) {
+    GetState& g = s.get;
+    bool found = false;
+    if (Rc rc = s.store->readData(g.current, g.seq, g.chunk, found))
+        return storeFailure(s, rc, "read data");
+    if (!found) return RVK_RC_FINISHED;
+    g.chunkLoaded = true;
+    g.offset = 0;
+    ++g.seq;
+    return RVK_RC_OK;
+}
+
 // Fills the caller's buffer from the object's chunks.
 Rc deliver(Session& s, rvkDataBlk* b) {
     GetState& g = s.get;
     b->numBytes = 0;
     for (;;) {
         if (!g.chunkLoaded) {
-            bool found = false;
-            if (Rc rc = s.store->readData(g.current, g.seq, g.chunk, found))
-                return storeFailure(s, rc, "read data");
-            if (!found) return RVK_RC_FINISHED;
-            g.chunkLoaded = true;
-            g.offset = 0;
-            ++g.seq;
+            if (Rc rc = loadChunk(s)) return rc;
         }
         size_t room = b->bufferLen - b->numBytes;
         size_t left = g.chunk.size() - g.offset;
@@ -33,13 +40,7 @@ Rc deliver(Session& s, rvkDataBlk* b) {
         if (b->numBytes == b->bufferLen) {
             if (g.chunkLoaded) return RVK_RC_MORE_DATA;
             // The buffer is full exactly at a chunk's end: is there more?
-            bool found = false;
-            if (Rc rc = s.store->readData(g.current, g.seq, g.chunk, found))
-                return storeFailure(s, rc, "read data");
-            if (!found) return RVK_RC_FINISHED;
-            g.chunkLoaded = true;
-            g.offset = 0;
-            ++g.seq;
+            if (Rc rc = loadChunk(s)) return rc;
             return RVK_RC_MORE_DATA;
         }
     }

@@ -94,6 +94,20 @@ Rc checkAttr(const rvkObjAttr* a) {
     return RVK_RC_OK;
 }
 
+// The checks that open rvkSendObj and rvkUpdateObj: a session in a
+// transaction, a backup send without a send buffer, a name and attributes.
+// A failure after the session's own checks dooms the transaction.
+Rc checkObjectCall(const SessionRef& s, uint8_t sendType, const void* sendBuff,
+                   const rvkObjName* objName, const rvkObjAttr* objAttr) {
+    if (s.rc()) return s.rc();
+    if (s->state != State::Txn) return RVK_RC_WRONG_STATE;
+    Session& ss = *s;
+    if (sendType == RVK_SEND_ARCHIVE) return failTxn(ss, RVK_RC_NOT_SUPPORTED);
+    if (sendType != RVK_SEND_BACKUP || sendBuff) return failTxn(ss, RVK_RC_INVALID_ARGUMENT);
+    if (!objName || !objAttr) return failTxn(ss, RVK_RC_NULL_POINTER);
+    return RVK_RC_OK;
+}
+
 }  // namespace
 
 extern "C" int16_t rvkRegisterFS(uint32_t handle, rvkRegFSData* regFS) {
@@ -208,12 +222,8 @@ extern "C" int16_t rvkSendObj(uint32_t handle, uint8_t sendType, void* sendBuff,
                               rvkObjName* objName, rvkObjAttr* objAttr, rvkDataBlk* dataBlk) {
     RVK_ENTRY(SendObj);
     SessionRef s(handle);
-    if (s.rc()) return s.rc();
-    if (s->state != State::Txn) return RVK_RC_WRONG_STATE;
+    if (Rc rc = checkObjectCall(s, sendType, sendBuff, objName, objAttr)) return rc;
     Session& ss = *s;
-    if (sendType == RVK_SEND_ARCHIVE) return failTxn(ss, RVK_RC_NOT_SUPPORTED);
-    if (sendType != RVK_SEND_BACKUP || sendBuff) return failTxn(ss, RVK_RC_INVALID_ARGUMENT);
-    if (!objName || !objAttr) return failTxn(ss, RVK_RC_NULL_POINTER);
     if (Rc rc = checkExactName(*objName)) return failTxn(ss, rc);
     if (Rc rc = checkAttr(objAttr)) return failTxn(ss, rc);
     if (dataBlk) {
@@ -329,12 +339,8 @@ extern "C" int16_t rvkUpdateObj(uint32_t handle, uint8_t sendType, void* sendBuf
                                 rvkObjName* objName, rvkObjAttr* objAttr, uint32_t action) {
     RVK_ENTRY(UpdateObj);
     SessionRef s(handle);
-    if (s.rc()) return s.rc();
-    if (s->state != State::Txn) return RVK_RC_WRONG_STATE;
+    if (Rc rc = checkObjectCall(s, sendType, sendBuff, objName, objAttr)) return rc;
     Session& ss = *s;
-    if (sendType == RVK_SEND_ARCHIVE) return failTxn(ss, RVK_RC_NOT_SUPPORTED);
-    if (sendType != RVK_SEND_BACKUP || sendBuff) return failTxn(ss, RVK_RC_INVALID_ARGUMENT);
-    if (!objName || !objAttr) return failTxn(ss, RVK_RC_NULL_POINTER);
     const uint32_t all = RVK_UPDOBJ_OWNER | RVK_UPDOBJ_OBJINFO | RVK_UPDOBJ_MC;
     if (action == 0 || (action & ~all)) return failTxn(ss, RVK_RC_INVALID_ARGUMENT);
     if (Rc rc = checkExactName(*objName)) return failTxn(ss, rc);

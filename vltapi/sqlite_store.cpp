@@ -137,6 +137,26 @@ void readObject(sqlite3_stmt* s, ObjectRecord& o) {
     o.info = colBlob(s, 13);
 }
 
+void noBind(sqlite3_stmt*) {}
+
+void bindParam(sqlite3_stmt* s, int i, int64_t v) {
+    sqlite3_bind_int64(s, i, v);
+}
+
+void bindParam(sqlite3_stmt* s, int i, const std::string& v) {
+    bindText(s, i, v);
+}
+
+// Binds integers and texts, in order, to ?1, ?2, ... of a statement. The
+// binder refers to the values: it is for the expression that makes it.
+template <typename... Values>
+auto params(const Values&... values) {
+    return [&values...](sqlite3_stmt* s) {
+        int i = 0;
+        (bindParam(s, ++i, values), ...);
+    };
+}
+
 void readNode(sqlite3_stmt* s, NodeRecord& n) {
     n.id = sqlite3_column_int64(s, 0);
     n.name = colText(s, 1);
@@ -227,16 +247,51 @@ class SqliteStore : public Store {
         return RVK_RC_OK;
     }
 
-    // Runs a cached statement that returns no rows.
-    template <typename Bind>
-    Rc run(const char* sql, const char* what, Bind bind) {
+    // Takes a cached statement, binds its parameters and hands it to `use`;
+    // the statement is reset when `use` returns.
+    template <typename Bind, typename Use>
+    Rc with(const char* sql, Bind bind, Use use) {
         sqlite3_stmt* s = nullptr;
         if (Rc rc = prep(sql, s)) return rc;
         Used u(s);
         bind(s);
-        int r = sqlite3_step(s);
-        if (r != SQLITE_DONE && r != SQLITE_ROW) return fail(r, what);
-        return RVK_RC_OK;
+        return use(s);
+    }
+
+    // Runs a cached statement that returns no rows.
+    template <typename Bind>
+    Rc run(const char* sql, const char* what, Bind bind) {
+        return with(sql, bind, [&](sqlite3_stmt* s) -> Rc {
+            int r = sqlite3_step(s);
+            if (r != SQLITE_DONE && r != SQLITE_ROW) return fail(r, what);
+            return RVK_RC_OK;
+        });
+    }
+
+    // Runs a cached statement and reads its first row, if any, with `read`.
+    // `found` tells whether there was a row; without `found` (null), a
+    // statement that yields no row fails.
+    template <typename Bind, typename Read>
+    Rc stepRow(const char* sql, const char* what, bool* found, Bind bind, Read read) {
+        return with(sql, bind, [&](sqlite3_stmt* s) -> Rc {
+            int r = sqlite3_step(s);
+            if (found) *found = r == SQLITE_ROW;
+            if (r == SQLITE_ROW)
+                read(s);
+            else if (!found || r != SQLITE_DONE)
+                return fail(r, what);
+            return RVK_RC_OK;
+        });
+    }
+
+    // Runs a cached statement and hands each of its rows to `read`.
+    template <typename Bind, typename Read>
+    Rc eachRow(const char* sql, const char* what, Bind bind, Read read) {
+        return with(sql, bind, [&](sqlite3_stmt* s) -> Rc {
+            int r;
+            while ((r = sqlite3_step(s)) == SQLITE_ROW) read(s);
+            return r == SQLITE_DONE ? RVK_RC_OK : fail(r, what);
+        });
     }
 
     Rc exec(const char* sql, const char* what) {
@@ -272,40 +327,24 @@ class SqliteStore : public Store {
 
     Rc readSettings(ServerSettings& s) override {
         static const char* sql = "SELECT key, value FROM settings";
-        sqlite3_stmt* st = nullptr;
-        if (Rc rc = prep(sql, st)) return rc;
-        Used u(st);
         ServerSettings out;
-        int r;
-        while ((r = sqlite3_step(st)) == SQLITE_ROW)
+        Rc rc = eachRow(sql, "read settings", noBind, [&](sqlite3_stmt* st) {
             applySetting(out, colText(st, 0), colText(st, 1));
-        if (r != SQLITE_DONE) return fail(r, "read settings");
-        s = out;
-        return RVK_RC_OK;
+        });
+        if (rc == RVK_RC_OK) s = out;
+        return rc;
     }
 
     Rc writeSetting(const std::string& key, const std::string& value) override {
         static const char* sql = "INSERT OR REPLACE INTO settings(key, value) VALUES(?1, ?2)";
-        return run(sql, "write setting", [&](sqlite3_stmt* s) {
-            bindText(s, 1, key);
-            bindText(s, 2, value);
-        });
+        return run(sql, "write setting", params(key, value));
     }
 
     Rc findNode(const std::string& name, NodeRecord& n, bool& found) override {
         static const std::string sqlText =
             std::string("SELECT ") + kNodeColumns + " FROM nodes WHERE name = ?1";
-        sqlite3_stmt* st = nullptr;
-        if (Rc rc = prep(sqlText.c_str(), st)) return rc;
-        Used u(st);
-        bindText(st, 1, name);
-        int r = sqlite3_step(st);
-        found = r == SQLITE_ROW;
-        if (found)
-            readNode(st, n);
-        else if (r != SQLITE_DONE)
-            return fail(r, "find node");
-        return RVK_RC_OK;
+        return stepRow(sqlText.c_str(), "find node", &found, params(name),
+                       [&](sqlite3_stmt* s) { readNode(s, n); });
     }
 
     Rc insertNode(NodeRecord& n) override {
@@ -341,51 +380,36 @@ class SqliteStore : public Store {
     Rc listNodes(std::vector<NodeRecord>& out) override {
         static const std::string sqlText =
             std::string("SELECT ") + kNodeColumns + " FROM nodes ORDER BY name";
-        sqlite3_stmt* st = nullptr;
-        if (Rc rc = prep(sqlText.c_str(), st)) return rc;
-        Used u(st);
-        out.clear();
-        int r;
-        while ((r = sqlite3_step(st)) == SQLITE_ROW) {
-            NodeRecord n;
-            readNode(st, n);
-            out.push_back(n);
-        }
-        return r == SQLITE_DONE ? RVK_RC_OK : fail(r, "list nodes");
+        return eachRow(
+            sqlText.c_str(), "list nodes", [&](sqlite3_stmt*) { out.clear(); },
+            [&](sqlite3_stmt* s) {
+                NodeRecord n;
+                readNode(s, n);
+                out.push_back(n);
+            });
     }
 
     Rc listFileSpaces(int64_t nodeId, std::vector<FsRecord>& out) override {
         static const std::string sqlText = std::string("SELECT ") + kFsColumns +
                                            " FROM filespaces WHERE node_id = ?1 ORDER BY name";
-        sqlite3_stmt* st = nullptr;
-        if (Rc rc = prep(sqlText.c_str(), st)) return rc;
-        Used u(st);
-        sqlite3_bind_int64(st, 1, nodeId);
-        out.clear();
-        int r;
-        while ((r = sqlite3_step(st)) == SQLITE_ROW) {
-            FsRecord f;
-            readFs(st, f);
-            out.push_back(f);
-        }
-        return r == SQLITE_DONE ? RVK_RC_OK : fail(r, "list file spaces");
+        return eachRow(
+            sqlText.c_str(), "list file spaces",
+            [&](sqlite3_stmt* s) {
+                sqlite3_bind_int64(s, 1, nodeId);
+                out.clear();
+            },
+            [&](sqlite3_stmt* s) {
+                FsRecord f;
+                readFs(s, f);
+                out.push_back(f);
+            });
     }
 
     Rc findFileSpace(int64_t nodeId, const std::string& name, FsRecord& fs, bool& found) override {
         static const std::string sqlText = std::string("SELECT ") + kFsColumns +
                                            " FROM filespaces WHERE node_id = ?1 AND name = ?2";
-        sqlite3_stmt* st = nullptr;
-        if (Rc rc = prep(sqlText.c_str(), st)) return rc;
-        Used u(st);
-        sqlite3_bind_int64(st, 1, nodeId);
-        bindText(st, 2, name);
-        int r = sqlite3_step(st);
-        found = r == SQLITE_ROW;
-        if (found)
-            readFs(st, fs);
-        else if (r != SQLITE_DONE)
-            return fail(r, "find file space");
-        return RVK_RC_OK;
+        return stepRow(sqlText.c_str(), "find file space", &found, params(nodeId, name),
+                       [&](sqlite3_stmt* s) { readFs(s, fs); });
     }
 
     static void bindFs(sqlite3_stmt* s, const FsRecord& f) {
@@ -429,7 +453,7 @@ class SqliteStore : public Store {
             "DELETE FROM objects WHERE node_id = (SELECT node_id FROM filespaces WHERE id = ?1) "
             "AND fs_id = ?1";
         static const char* sqlFs = "DELETE FROM filespaces WHERE id = ?1";
-        auto bindId = [&](sqlite3_stmt* s) { sqlite3_bind_int64(s, 1, fsId); };
+        auto bindId = params(fsId);
         if (Rc rc = run(sqlData, "delete file space data", bindId)) return rc;
         if (Rc rc = run(sqlObjects, "delete file space objects", bindId)) return rc;
         objectsDeleted = static_cast<uint64_t>(sqlite3_changes(db_));
@@ -470,17 +494,8 @@ class SqliteStore : public Store {
     Rc findObject(uint64_t id, ObjectRecord& o, bool& found) override {
         static const std::string sqlText =
             std::string("SELECT ") + kObjectColumns + " FROM objects WHERE id = ?1";
-        sqlite3_stmt* st = nullptr;
-        if (Rc rc = prep(sqlText.c_str(), st)) return rc;
-        Used u(st);
-        sqlite3_bind_int64(st, 1, static_cast<int64_t>(id));
-        int r = sqlite3_step(st);
-        found = r == SQLITE_ROW;
-        if (found)
-            readObject(st, o);
-        else if (r != SQLITE_DONE)
-            return fail(r, "find object");
-        return RVK_RC_OK;
+        return stepRow(sqlText.c_str(), "find object", &found, params(static_cast<int64_t>(id)),
+                       [&](sqlite3_stmt* s) { readObject(s, o); });
     }
 
     Rc findActiveObject(int64_t nodeId, int64_t fsId, const std::string& hl, const std::string& ll,
@@ -489,20 +504,8 @@ class SqliteStore : public Store {
             std::string("SELECT ") + kObjectColumns +
             " FROM objects WHERE node_id = ?1 AND fs_id = ?2 AND hl = ?3 AND "
             "ll = ?4 AND state = 1 ORDER BY id DESC LIMIT 1";
-        sqlite3_stmt* st = nullptr;
-        if (Rc rc = prep(sqlText.c_str(), st)) return rc;
-        Used u(st);
-        sqlite3_bind_int64(st, 1, nodeId);
-        sqlite3_bind_int64(st, 2, fsId);
-        bindText(st, 3, hl);
-        bindText(st, 4, ll);
-        int r = sqlite3_step(st);
-        found = r == SQLITE_ROW;
-        if (found)
-            readObject(st, o);
-        else if (r != SQLITE_DONE)
-            return fail(r, "find active object");
-        return RVK_RC_OK;
+        return stepRow(sqlText.c_str(), "find active object", &found, params(nodeId, fsId, hl, ll),
+                       [&](sqlite3_stmt* s) { readObject(s, o); });
     }
 
     static void bindObject(sqlite3_stmt* s, const ObjectRecord& o) {
@@ -529,13 +532,8 @@ class SqliteStore : public Store {
             "INSERT INTO objects(node_id, fs_id, hl, ll, type, owner, mc, ins_date, deact_date, "
             "size, state, "
             "has_data, info) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11, ?12, ?13)";
-        Rc rc = run(sqlDeactivate, "deactivate object", [&](sqlite3_stmt* s) {
-            sqlite3_bind_int64(s, 1, o.nodeId);
-            sqlite3_bind_int64(s, 2, o.fsId);
-            bindText(s, 3, o.hl);
-            bindText(s, 4, o.ll);
-            sqlite3_bind_int64(s, 5, o.insDate);
-        });
+        Rc rc = run(sqlDeactivate, "deactivate object",
+                    params(o.nodeId, o.fsId, o.hl, o.ll, o.insDate));
         if (rc) return rc;
         o.state = RVK_STATE_ACTIVE;
         o.deactDate = 0;
@@ -559,7 +557,8 @@ class SqliteStore : public Store {
     Rc deleteObject(uint64_t id, bool& changed) override {
         static const char* sqlObject = "DELETE FROM objects WHERE id = ?1";
         static const char* sqlData = "DELETE FROM object_data WHERE obj_id = ?1";
-        auto bindId = [&](sqlite3_stmt* s) { sqlite3_bind_int64(s, 1, static_cast<int64_t>(id)); };
+        const int64_t sqlId = static_cast<int64_t>(id);
+        auto bindId = params(sqlId);
         if (Rc rc = run(sqlObject, "delete object", bindId)) return rc;
         changed = sqlite3_changes(db_) > 0;
         return run(sqlData, "delete object data", bindId);
@@ -567,14 +566,9 @@ class SqliteStore : public Store {
 
     Rc countObjects(int64_t nodeId, uint64_t& n) override {
         static const char* sql = "SELECT count(*) FROM objects WHERE node_id = ?1";
-        sqlite3_stmt* st = nullptr;
-        if (Rc rc = prep(sql, st)) return rc;
-        Used u(st);
-        sqlite3_bind_int64(st, 1, nodeId);
-        int r = sqlite3_step(st);
-        if (r != SQLITE_ROW) return fail(r, "count objects");
-        n = static_cast<uint64_t>(sqlite3_column_int64(st, 0));
-        return RVK_RC_OK;
+        return stepRow(sql, "count objects", nullptr, params(nodeId), [&](sqlite3_stmt* s) {
+            n = static_cast<uint64_t>(sqlite3_column_int64(s, 0));
+        });
     }
 
     Rc appendData(uint64_t objId, uint32_t seq, const void* data, size_t len) override {
@@ -588,18 +582,8 @@ class SqliteStore : public Store {
 
     Rc readData(uint64_t objId, uint32_t seq, std::string& chunk, bool& found) override {
         static const char* sql = "SELECT chunk FROM object_data WHERE obj_id = ?1 AND seq = ?2";
-        sqlite3_stmt* st = nullptr;
-        if (Rc rc = prep(sql, st)) return rc;
-        Used u(st);
-        sqlite3_bind_int64(st, 1, static_cast<int64_t>(objId));
-        sqlite3_bind_int64(st, 2, seq);
-        int r = sqlite3_step(st);
-        found = r == SQLITE_ROW;
-        if (found)
-            chunk = colBlob(st, 0);
-        else if (r != SQLITE_DONE)
-            return fail(r, "read object data");
-        return RVK_RC_OK;
+        return stepRow(sql, "read object data", &found, params(static_cast<int64_t>(objId), seq),
+                       [&](sqlite3_stmt* s) { chunk = colBlob(s, 0); });
     }
 
     Rc appendActLog(const ActLogRecord& a) override {
@@ -619,21 +603,16 @@ class SqliteStore : public Store {
     Rc listActLog(const std::function<void(const ActLogRecord&)>& fn) override {
         static const char* sql =
             "SELECT date, node, severity, msg_id, text, obj_id FROM actlog ORDER BY id";
-        sqlite3_stmt* st = nullptr;
-        if (Rc rc = prep(sql, st)) return rc;
-        Used u(st);
-        int r;
-        while ((r = sqlite3_step(st)) == SQLITE_ROW) {
+        return eachRow(sql, "read activity log", noBind, [&](sqlite3_stmt* s) {
             ActLogRecord a;
-            a.date = sqlite3_column_int64(st, 0);
-            a.node = colText(st, 1);
-            a.severity = sqlite3_column_int(st, 2);
-            a.msgId = colText(st, 3);
-            a.text = colText(st, 4);
-            a.objId = static_cast<uint64_t>(sqlite3_column_int64(st, 5));
+            a.date = sqlite3_column_int64(s, 0);
+            a.node = colText(s, 1);
+            a.severity = sqlite3_column_int(s, 2);
+            a.msgId = colText(s, 3);
+            a.text = colText(s, 4);
+            a.objId = static_cast<uint64_t>(sqlite3_column_int64(s, 5));
             fn(a);
-        }
-        return r == SQLITE_DONE ? RVK_RC_OK : fail(r, "read activity log");
+        });
     }
 
     // A cache big enough that the pages of a million-object load are written
