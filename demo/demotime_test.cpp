@@ -2,20 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include "demo/demo_testutil.h"
+
 namespace {
 
 using demo::DemoTime;
-
-DemoTime at(int y, int mo, int d, int h = 0, int mi = 0, int s = 0) {
-    DemoTime t;
-    t.year = y;
-    t.month = mo;
-    t.day = d;
-    t.hour = h;
-    t.minute = mi;
-    t.second = s;
-    return t;
-}
+using demotest::at;
 
 // Day numbers against a plain walk through the calendar: every day from
 // 1988 to 2100 follows the previous one, month lengths and leap years

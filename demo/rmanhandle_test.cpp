@@ -2,22 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include "demo/demo_testutil.h"
+
 namespace {
 
-using demo::DemoTime;
 using demo::HandleStyle;
 using demo::PieceKind;
-
-DemoTime at(int y, int mo, int d, int h = 0, int mi = 0, int s = 0) {
-    DemoTime t;
-    t.year = y;
-    t.month = mo;
-    t.day = d;
-    t.hour = h;
-    t.minute = mi;
-    t.second = s;
-    return t;
-}
+using demotest::at;
 
 // The stamp counts 31-day months: the last second of a 30-day month and the
 // first of the next are 86,401 apart, and the value grows with time.
