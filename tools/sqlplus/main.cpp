@@ -25,6 +25,9 @@ const char kUsage[] =
     "      -S  no banner, prompts or goodbye\n"
     "  sqlplus --sim-create CONNECT USER PASSWORD\n"
     "      Creates the catalog CONNECT if needed and adds (or replaces) a user.\n"
+    "  sqlplus --sim-guest CONNECT USER PASSWORD\n"
+    "      Adds a user who can log on but does not own the catalog: its query of\n"
+    "      rc_backup_piece fails with ORA-00942, and SQL*Plus still ends with 0.\n"
     "  sqlplus --sim-load CONNECT\n"
     "      Adds the backup pieces read from standard input, one per line,\n"
     "      \"handle<TAB>YYYY-MM-DD HH:MM:SS\", in one transaction.\n"
@@ -64,7 +67,7 @@ bool readLine(std::string* text) {
     return true;
 }
 
-int createCatalog(const char* connect, const char* user, const char* password) {
+int createCatalog(const char* connect, const char* user, const char* password, bool owner) {
     std::string folder = sqlsim::catalogFolder();
     if (folder.empty()) {
         fprintf(stderr, "sqlplus --sim-create: SQLPLUS_SIM_DIR is not set\n");
@@ -74,7 +77,7 @@ int createCatalog(const char* connect, const char* user, const char* password) {
     std::string path = sqlsim::catalogPath(folder, connect);
     sqlsim::Catalog catalog;
     std::string error;
-    if (!catalog.create(path, &error) || !catalog.addUser(user, password, &error)) {
+    if (!catalog.create(path, &error) || !catalog.addUser(user, password, &error, owner)) {
         fprintf(stderr, "sqlplus --sim-create: %s\n", error.c_str());
         return 1;
     }
@@ -114,8 +117,9 @@ int main(int argc, char** argv) {
         fputs(kUsage, stdout);
         return 0;
     }
-    if (mode == "--sim-create" || mode == "--sim-load") {
-        if (mode == "--sim-create" && argc == 5) return createCatalog(argv[2], argv[3], argv[4]);
+    if (mode == "--sim-create" || mode == "--sim-guest" || mode == "--sim-load") {
+        if (mode != "--sim-load" && argc == 5)
+            return createCatalog(argv[2], argv[3], argv[4], mode == "--sim-create");
         if (mode == "--sim-load" && argc == 3) return loadCatalog(argv[2]);
         fputs(kUsage, stderr);
         return 1;

@@ -3,6 +3,7 @@
 #include <ctype.h>
 #include <sqlite3.h>
 #include <stdlib.h>
+#include <string.h>
 #include <sys/stat.h>
 
 #include "tools/sqlplus/oradate.h"
@@ -56,6 +57,7 @@ bool Catalog::create(const std::string& path, std::string* error) {
     }
     return exec(
         "CREATE TABLE IF NOT EXISTS rc_users(name TEXT PRIMARY KEY, password TEXT NOT NULL);"
+        "CREATE TABLE IF NOT EXISTS rc_guests(name TEXT PRIMARY KEY, password TEXT NOT NULL);"
         "CREATE TABLE IF NOT EXISTS rc_backup_piece(handle TEXT NOT NULL,"
         " completion_time TEXT NOT NULL);"
         "CREATE INDEX IF NOT EXISTS rc_backup_piece_completion"
@@ -71,33 +73,45 @@ bool Catalog::exec(const char* sql, std::string* error) {
     return false;
 }
 
-bool Catalog::addUser(const std::string& user, const std::string& password, std::string* error) {
-    Statement s;
-    if (sqlite3_prepare_v2(db_, "INSERT OR REPLACE INTO rc_users(name, password) VALUES(?, ?)", -1,
-                           &s.stmt, nullptr) != SQLITE_OK) {
-        *error = sqlite3_errmsg(db_);
-        return false;
-    }
+bool Catalog::addUser(const std::string& user, const std::string& password, std::string* error,
+                      bool owner) {
+    // A user is either an owner or a guest: adding it as one drops the other.
     std::string name = upper(user);
-    sqlite3_bind_text(s.stmt, 1, name.c_str(), -1, SQLITE_TRANSIENT);
-    sqlite3_bind_text(s.stmt, 2, password.c_str(), -1, SQLITE_TRANSIENT);
-    if (sqlite3_step(s.stmt) != SQLITE_DONE) {
-        *error = sqlite3_errmsg(db_);
-        return false;
+    for (const char* sql :
+         {"DELETE FROM rc_users WHERE name = ?", "DELETE FROM rc_guests WHERE name = ?",
+          owner ? "INSERT INTO rc_users(name, password) VALUES(?, ?)"
+                : "INSERT INTO rc_guests(name, password) VALUES(?, ?)"}) {
+        Statement s;
+        if (sqlite3_prepare_v2(db_, sql, -1, &s.stmt, nullptr) != SQLITE_OK) {
+            *error = sqlite3_errmsg(db_);
+            return false;
+        }
+        sqlite3_bind_text(s.stmt, 1, name.c_str(), -1, SQLITE_TRANSIENT);
+        if (sqlite3_bind_parameter_count(s.stmt) > 1)
+            sqlite3_bind_text(s.stmt, 2, password.c_str(), -1, SQLITE_TRANSIENT);
+        if (sqlite3_step(s.stmt) != SQLITE_DONE) {
+            *error = sqlite3_errmsg(db_);
+            return false;
+        }
     }
     return true;
 }
 
-bool Catalog::checkLogon(const std::string& user, const std::string& password) {
-    Statement s;
-    if (sqlite3_prepare_v2(db_, "SELECT password FROM rc_users WHERE name = ?", -1, &s.stmt,
-                           nullptr) != SQLITE_OK)
-        return false;
+bool Catalog::checkLogon(const std::string& user, const std::string& password, bool* owner) {
+    // Catalogs made before guests existed have no rc_guests table: the
+    // statement then fails to prepare and the name is simply not a guest.
     std::string name = upper(user);
-    sqlite3_bind_text(s.stmt, 1, name.c_str(), -1, SQLITE_TRANSIENT);
-    if (sqlite3_step(s.stmt) != SQLITE_ROW) return false;
-    const unsigned char* stored = sqlite3_column_text(s.stmt, 0);
-    return stored && password == reinterpret_cast<const char*>(stored);
+    for (const char* sql : {"SELECT password FROM rc_users WHERE name = ?",
+                            "SELECT password FROM rc_guests WHERE name = ?"}) {
+        Statement s;
+        if (sqlite3_prepare_v2(db_, sql, -1, &s.stmt, nullptr) != SQLITE_OK) continue;
+        sqlite3_bind_text(s.stmt, 1, name.c_str(), -1, SQLITE_TRANSIENT);
+        if (sqlite3_step(s.stmt) != SQLITE_ROW) continue;
+        const unsigned char* stored = sqlite3_column_text(s.stmt, 0);
+        *owner = strstr(sql, "rc_users") != nullptr;
+        return stored && password == reinterpret_cast<const char*>(stored);
+    }
+    return false;
 }
 
 long Catalog::load(FILE* in, std::string* error) {

@@ -46,8 +46,13 @@ class Catalog {
     // Opens the catalog for writing, creating its file and tables if needed.
     bool create(const std::string& path, std::string* error);
 
-    bool addUser(const std::string& user, const std::string& password, std::string* error);
-    bool checkLogon(const std::string& user, const std::string& password);
+    // Adds (or replaces) a user. An owner owns the catalog's tables; a guest
+    // (owner false) may log on but sees no rc_backup_piece (ORA-00942), as a
+    // database user who is not the recovery catalog's owner.
+    bool addUser(const std::string& user, const std::string& password, std::string* error,
+                 bool owner = true);
+    // Whether the user may log on with the password; *owner tells which kind.
+    bool checkLogon(const std::string& user, const std::string& password, bool* owner);
 
     // Reads lines "handle<TAB>YYYY-MM-DD HH:MM:SS" (or a date alone, meaning
     // midnight) and stores them in one transaction: all or none. Returns the

@@ -109,7 +109,7 @@ bool Session::logon(const std::string& text) {
             connect_.c_str());
         return false;
     }
-    if (!catalog_.checkLogon(user, password)) {
+    if (!catalog_.checkLogon(user, password, &owner_)) {
         printf("ERROR:\nORA-01017: invalid username/password; logon denied\n\n");
         return false;
     }
@@ -262,7 +262,7 @@ bool Session::checkColumn(const SqlToken& name, std::string* column) {
 }
 
 void Session::select(const SqlStatement& st) {
-    if (st.table.text != "RC_BACKUP_PIECE") {
+    if (st.table.text != "RC_BACKUP_PIECE" || !owner_) {
         sqlError({"ORA-00942: table or view does not exist", st.table.line, st.table.column});
         return;
     }

@@ -56,6 +56,7 @@ class Session {
     bool fromScript_ = false;
     std::string connect_;
     Catalog catalog_;
+    bool owner_ = false;  // the user owns the catalog's tables
     DateFormat dateFormat_;
     FILE* spool_ = nullptr;
     std::string spoolPath_;

@@ -117,6 +117,21 @@ TEST_F(SqlPlusSim, NoRowsAndUnknownTableAreReportedInTheSpool) {
     EXPECT_EQ(spooled[4], std::string(19, ' ') + "*");  // under the table's name
     EXPECT_EQ(spooled[5], "ERROR at line 1:");
     EXPECT_EQ(spooled[6], "ORA-00942: table or view does not exist");
+
+    // A user who does not own the catalog gets the same error for the real
+    // table, with exit status 0; made a guest again, the owner loses it too.
+    ASSERT_EQ(sim("--sim-guest rcat reader readpw").status, 0);
+    load("piece1\t2011-01-01 00:00:00\n");
+    r = sim(script("reader/readpw@rcat", "1/1/1990", "12/31/2011"));
+    EXPECT_EQ(r.status, 0);
+    spooled = lines(readFile(spool));
+    ASSERT_EQ(spooled.size(), 8u);
+    EXPECT_EQ(spooled[5], "ERROR at line 1:");
+    EXPECT_EQ(spooled[6], "ORA-00942: table or view does not exist");
+    EXPECT_EQ(sim(script("reader/wrong@rcat", "1/1/1990", "12/31/2011")).status, 1);
+    ASSERT_EQ(sim("--sim-guest rcat rman secret").status, 0);
+    ASSERT_EQ(sim(script("rman/secret@rcat", "1/1/1990", "12/31/2011")).status, 0);
+    EXPECT_EQ(lines(readFile(spool))[6], "ORA-00942: table or view does not exist");
 }
 
 TEST_F(SqlPlusSim, LoadingIsAllOrNothingAndUsageNamesTheTool) {
