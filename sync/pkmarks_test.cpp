@@ -4,9 +4,14 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
+#include <chrono>
 #include <random>
 
+#include "common/ut/trace.h"
 #include "sync/picklist_testutil.h"
+#include "testing/testutil.h"
 
 namespace {
 
@@ -51,6 +56,52 @@ TEST(ProcessAnswerTest, NumbersAndRangesOverTenEntries) {
         pkCursorInit(&cursor, &list);
         ProcessAnswer(&list, c.answer, 10, &cursor);
         EXPECT_EQ(c.after, pktest::marked(&list)) << "answer '" << c.answer << "'";
+    }
+}
+
+// With failures traced, a range past the end of the list leaves one line for
+// its first number past the end, and a huge range costs no more than a small
+// one.
+TEST(ProcessAnswerTest, RangesPastTheEndTraceOnceAndTakeNoTime) {
+    struct Case {
+        const char* answer;
+        const char* after;
+        const char* traced;  // the one out-of-range number, "" for none
+    } const cases[] = {
+        {"1:500000+", "1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20", "21"},
+        {"18:99999999999+", "18 19 20", "21"},
+        {"500000:600000-", "", "500000"},
+        {"3:20+", "3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20", ""},
+        {"25", "", "25"},
+    };
+    zebotest::TempDir dir;
+    for (const Case& c : cases) {
+        std::string path = dir.file("trace.out");
+        trcInit(0, 0, 0);
+        ASSERT_EQ(0, trOpen(path.c_str(), 0));
+        TR_ORCLEVEL0 = 1;
+        SyncList list;
+        pktest::fillList(&list, 20);
+        PkCursor cursor;
+        pkCursorInit(&cursor, &list);
+        auto start = std::chrono::steady_clock::now();
+        ProcessAnswer(&list, c.answer, 20, &cursor);
+        auto took = std::chrono::steady_clock::now() - start;
+        TR_ORCLEVEL0 = 0;
+        trClose(1);
+        EXPECT_EQ(c.after, pktest::marked(&list)) << c.answer;
+        EXPECT_LT(took, std::chrono::milliseconds(200)) << c.answer;
+        std::vector<std::string> outOfRange;
+        for (const std::string& line : zebotest::lines(zebotest::readFile(path)))
+            if (line.find("Value out of range") != std::string::npos) outOfRange.push_back(line);
+        if (c.traced[0] == '\0') {
+            EXPECT_TRUE(outOfRange.empty()) << c.answer;
+        } else {
+            ASSERT_EQ(1u, outOfRange.size()) << c.answer;
+            EXPECT_NE(std::string::npos, outOfRange[0].find("Value: " + std::string(c.traced)))
+                << outOfRange[0];
+        }
+        unlink(path.c_str());
     }
 }
 

@@ -35,14 +35,20 @@ int64_t tokenValue(const char* token, size_t length) {
     return value;
 }
 
+// A range is walked only as far as the list goes, so an answer costs time
+// in proportion to the list, never to the numbers typed ("1:99999999+").
+// The part past the end leaves one out-of-range trace line, for its first
+// number, instead of one line per number.
 void markRange(SyncList* list, int64_t start, int64_t end, int32_t count, int mode,
                PkCursor* cursor) {
     if (start < 1) start = 1;
-    // Numbers above the count only leave a trace line; without tracing the
-    // loop stops at the count, which keeps huge ranges cheap.
-    if (!TR_ORCLEVEL0 && end > count) end = count;
-    for (int64_t number = start; number <= end; ++number)
+    int64_t last = end < count ? end : count;
+    for (int64_t number = start; number <= last; ++number)
         pkHighlightEntry(list, static_cast<int32_t>(number), count, mode, cursor);
+    if (end > count && end >= start) {
+        int64_t firstPast = start > count ? start : static_cast<int64_t>(count) + 1;
+        pkHighlightEntry(list, static_cast<int32_t>(firstPast), count, mode, cursor);
+    }
 }
 
 }  // namespace
