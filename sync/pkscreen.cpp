@@ -8,6 +8,7 @@
 #include "common/unx/nlsdate.h"
 #include "common/unx/nlsfmt.h"
 #include "common/ut/trace.h"
+#include "sync/compactsize.h"
 
 namespace {
 
@@ -85,11 +86,13 @@ int pkFormatEntry(PkCursor* cursor, int32_t number, std::string* text) {
                            record.insHour, record.insMinute, record.insSecond};
     char dateText[32];
     char timeText[32];
-    char sizeText[40];
     nlFormatDate(inserted, dateText, sizeof dateText);
     nlFormatTime(inserted, timeText, sizeof timeText);
+    // Four characters for the size leave an 80-column row room for 40 and
+    // more characters of the name; the exact size is in the report and in
+    // the total before the deletion question.
     uint64_t size = (static_cast<uint64_t>(record.sizeHi) << 32) | record.sizeLo;
-    nlFormatNumber64(size, sizeText, sizeof sizeText);
+    std::string sizeText = utCompactSize(size);
     std::string name = fieldText(record.name, sizeof record.name).substr(0, PK_ENTRY_NAME_MAX);
 
     TRACE(TR_ORCLEVEL2, " %s: ObjectName = '%s'\n", fn, name.c_str());
@@ -97,7 +100,8 @@ int pkFormatEntry(PkCursor* cursor, int32_t number, std::string* text) {
         TRACE(TR_ORCLEVEL1, " %s: Element is picked\n", fn);
     else
         TRACE(TR_ORCLEVEL1, " %s: Element is not picked\n", fn);
-    *text = takeText(nlFormatText(MSG_ENTRY_TEXT, dateText, timeText, sizeText, name.c_str()));
+    *text =
+        takeText(nlFormatText(MSG_ENTRY_TEXT, dateText, timeText, sizeText.c_str(), name.c_str()));
     TRACE(TR_ORCLEVEL1, " %s: Exit - OK\n\n", fn);
     return 0;
 }

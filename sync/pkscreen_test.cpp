@@ -77,10 +77,11 @@ TEST_F(PkScreenTest, EntryRowsFillWhatTheFixedRowsLeave) {
 
 TEST_F(PkScreenTest, EntryTextFollowsTheLayoutsAndTheOffset) {
     std::vector<std::string> lines = draw(2, 23, 120);
-    const std::string& row = lines[7];  // entry 2: 2024-03-03 10:20:30, 2000 bytes
+    // Entry 2: 2024-03-03 10:20:30, 2000 bytes shown compact.
+    const std::string& row = lines[7];
     size_t date = row.find("03/03/2024");
     size_t time = row.find("10:20:30");
-    size_t size = row.find("2,000");
+    size_t size = row.find("2.0K");
     size_t name = row.find("/fs/hl/obj2");
     ASSERT_NE(std::string::npos, date) << row;
     EXPECT_LT(date, time);
@@ -99,7 +100,7 @@ TEST_F(PkScreenTest, EntryTextFollowsTheLayoutsAndTheOffset) {
     nlSetDateFormat(1);
     nlSetNumberFormat(1);
     EXPECT_NE(std::string::npos, lines[7].find("2024-03-03")) << lines[7];
-    EXPECT_NE(std::string::npos, lines[7].find("2.000")) << lines[7];
+    EXPECT_NE(std::string::npos, lines[7].find("2,0K")) << lines[7];
 
     // Scrolled: entry texts and column titles lose their first characters.
     std::string text;

@@ -143,7 +143,7 @@ TEST_F(NlsPickListLayoutTest, RowsAndTitlesLineUpInBothLanguages) {
         nlFreeRepository();
         setLang(l.lang);
         ASSERT_EQ(0, init("zebo.cat", catalogs()));
-        char* entry = nlFormatText(2590, "11/21/2024", "02:05:09PM", "1,234,567,890", "/fs/piece");
+        char* entry = nlFormatText(2590, "11/21/2024", "14:05:09", "9.5G", "/fs/piece");
         char* row = nlFormatText(2594, 'x', 12345, entry);
         char* title = nlFormatText(2592);
         ASSERT_TRUE(entry && row && title);
@@ -154,10 +154,17 @@ TEST_F(NlsPickListLayoutTest, RowsAndTitlesLineUpInBothLanguages) {
         // The titles stand ten columns in, over their fields.
         size_t nameAt = e.find("/fs/piece");
         EXPECT_EQ(columns(t, t.find(l.name)), nameAt + 10);
-        size_t sizeEnd = e.find("1,234,567,890") + strlen("1,234,567,890");
+        size_t sizeEnd = e.find("9.5G") + strlen("9.5G");
         EXPECT_EQ(columns(t, t.find(l.size)) + columns(l.size, strlen(l.size)), sizeEnd + 10);
-        EXPECT_EQ(columns(t, t.find(l.lang[0] == 'e' ? "Time" : "Zeit")),
-                  e.find("02:05:09PM") + 10);
+        EXPECT_EQ(columns(t, t.find(l.lang[0] == 'e' ? "Time" : "Zeit")), e.find("14:05:09") + 10);
+        // An 80-column terminal (79 reported) leaves 67 characters of the
+        // entry text: at least 40 of them for the name.
+        EXPECT_GE(67 - static_cast<int>(nameAt), 40);
+        // Clearing marks must never read like deleting: not in the help.
+        char* help = nlFormatText(2595);
+        ASSERT_TRUE(help);
+        EXPECT_EQ(std::string::npos, std::string(help).find("lösch")) << help;
+        free(help);
         free(entry);
         free(row);
         free(title);
