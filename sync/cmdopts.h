@@ -10,7 +10,7 @@ enum { ZEBO_CMD_PATH_SIZE = 1025 };
 
 struct ZeboCmdOptions {
     char optFile[ZEBO_CMD_PATH_SIZE];  // -ZEBO_OPTfile=, empty if not given
-    char outFile[ZEBO_CMD_PATH_SIZE];  // -OUTfile=, stored and not read further
+    char outFile[ZEBO_CMD_PATH_SIZE];  // -OUTfile=, the report of SYNCdb; empty if not given
     uint32_t numCatalogs;              // -NUMCATalogs=, 0 if not given
 };
 

@@ -9,10 +9,17 @@ namespace {
 
 TEST(CompactSizeTest, FourCharactersAtMostInEveryUnit) {
     const std::pair<uint64_t, const char*> cases[] = {
-        {0, "0B"},         {999, "999B"},           {1000, "1.0K"},  // would round to 1000: the
-                                                                     // next unit
-        {1024, "1.0K"},    {10137, "9.9K"},         {10189, "10K"}, {1022976, "999K"},
-        {1023488, "1.0M"}, {9876543210ull, "9.2G"}, {~0ull, "16E"},
+        {0, "0B"},
+        {999, "999B"},
+        {1000, "1.0K"},  // would round to 1000: the
+                         // next unit
+        {1024, "1.0K"},
+        {10137, "9.9K"},
+        {10189, "10K"},
+        {1022976, "999K"},
+        {1023488, "1.0M"},
+        {9876543210ull, "9.2G"},
+        {~0ull, "16E"},
     };
     for (const auto& c : cases) {
         std::string shown = utCompactSize(c.first);

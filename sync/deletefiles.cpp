@@ -14,6 +14,7 @@
 #include "common/ut/trace.h"
 #include "sync/answer.h"
 #include "sync/apireport.h"
+#include "sync/deletepass.h"
 
 namespace {
 
@@ -54,17 +55,9 @@ int abortAfterFailedDelete(uint32_t handle, int deleteRc) {
     return rc;
 }
 
-}  // namespace
-
-int16_t utDeleteFiles(SyncList* syncList, AgentContext* context) {
-    TRACE(TR_ORCLEVEL1, " %s: Enter\n", fn);
-    nlMsg(MSG_SEPARATOR);
-    nlMsg(MSG_DELETE_WARNING);
-    if (!utAskYesNo(MSG_CONFIRM)) {
-        TRACE(TR_ORCLEVEL1, " %s: Exit - didn't enter 'y' \n\n", fn);
-        return 0;
-    }
-
+// The pass after the administrator said yes; every transaction it ends is
+// recorded in `pass`.
+int16_t deleteMarked(SyncList* syncList, AgentContext* context, UtDeletePass* pass) {
     const uint32_t handle = context->rvkHandle;
     const uint32_t maxObjPerTxn = context->maxObjPerTxn;
     int rc = beginTxn(handle);
@@ -76,14 +69,17 @@ int16_t utDeleteFiles(SyncList* syncList, AgentContext* context) {
 
     uint32_t inTxn = 0;
     uint16_t reason = 0;
+    size_t picked = 0;  // the entry's place in the pass
     SyncList::Node* next = nullptr;
     for (SyncList::Node* entry = syncList->getFirst(); entry != nullptr; entry = next) {
         next = syncList->getNext(entry);
         OrphanRecord& record = entry->element;
         if (record.picked == 0) continue;
+        const size_t place = picked++;
 
         if (inTxn == maxObjPerTxn) {
             rc = endTxn(handle, RVK_VOTE_COMMIT, &reason);
+            pass->endTransaction(rc == 0 && reason == 0, place);
             if (rc != 0 || reason != 0) {
                 // Kept deliberately: a commit that reports success with a
                 // reason returns 0, so the caller goes on as if all is well.
@@ -103,13 +99,20 @@ int16_t utDeleteFiles(SyncList* syncList, AgentContext* context) {
         rvkDelInfo delInfo = {RVK_DELINFO_VERSION, record.objIdHi, record.objIdLo};
         TRACE(TR_ORCLEVEL0, " %s: Calling RVKDELETEOBJ(). rvkHandle = %d\n", fn, handle);
         rc = gRvkApiObjP->drvkDeleteObj(RvkApiStatusObjP, handle, RVK_DEL_BACKUP_ID, delInfo);
-        if (rc != 0) return static_cast<int16_t>(abortAfterFailedDelete(handle, rc));
+        if (rc != 0) {
+            pass->entries[place].outcome = DEL_FAILED;
+            rc = abortAfterFailedDelete(handle, rc);
+            pass->endTransaction(false, place);
+            return static_cast<int16_t>(rc);
+        }
+        pass->entries[place].outcome = DEL_PENDING;
         TRACE(TR_ORCLEVEL2, " %s: Deleted file '%s' from Vlt Server\n", fn, record.name);
         syncList->remove(entry);
         ++inTxn;
     }
 
     rc = endTxn(handle, RVK_VOTE_COMMIT, &reason);
+    pass->endTransaction(rc == 0 && reason == 0, pass->entries.size());
     if (rc == 0 && reason == 0) {
         TRACE(TR_ORCLEVEL1, " %s: Exit - OK\n\n", fn);
         return 0;
@@ -117,4 +120,27 @@ int16_t utDeleteFiles(SyncList* syncList, AgentContext* context) {
     utReportApiError(handle, rc, true);
     TRACE(TR_ORCLEVEL0, " %s: Exit RVKENDTXN() failed rc = %d\n", fn, rc);
     return static_cast<int16_t>(rc);
+}
+
+}  // namespace
+
+int16_t utDeleteFiles(SyncList* syncList, AgentContext* context, UtDeletePass* passOut) {
+    TRACE(TR_ORCLEVEL1, " %s: Enter\n", fn);
+    UtDeletePass local;
+    UtDeletePass* pass = passOut != nullptr ? passOut : &local;
+    pass->collect(syncList);
+    nlMsg(MSG_SEPARATOR);
+    // What is at stake, before the warning and the question.
+    utShowMarkedTotal(*pass);
+    nlMsg(MSG_DELETE_WARNING);
+    if (!utAskYesNo(MSG_CONFIRM)) {
+        pass->entries.clear();
+        TRACE(TR_ORCLEVEL1, " %s: Exit - didn't enter 'y' \n\n", fn);
+        return 0;
+    }
+    pass->ran = true;
+    int16_t rc = deleteMarked(syncList, context, pass);
+    // Also after the failures that show nothing else on the screen.
+    utShowDeleteSummary(*pass);
+    return rc;
 }

@@ -11,6 +11,7 @@
 #include "common/nls/nls.h"
 #include "common/ut/trace.h"
 #include "sync/apireport.h"
+#include "sync/progress.h"
 #include "sync/tempfiles.h"
 
 namespace {
@@ -84,7 +85,7 @@ void fillOrphan(OrphanRecord* rec, const rvkQryRespBackup& obj, const rvkSessInf
 }  // namespace
 
 int16_t utGetPickList(const nlDateTime* fromDate, const nlDateTime* toDate, AgentContext* context,
-                      SyncList* syncList, BTree* index) {
+                      SyncList* syncList, BTree* index, unsigned long* compared) {
     TRACE(TR_ORCLEVEL1, " %s: Enter\n", fn);
     uint32_t handle = context->rvkHandle;
     FILE* listing = TR_ORCLEVEL2 ? openListing() : nullptr;
@@ -155,13 +156,16 @@ int16_t utGetPickList(const nlDateTime* fromDate, const nlDateTime* toDate, Agen
     block.bufferPtr = reinterpret_cast<char*>(&obj);
     unsigned long examined = 0;
     unsigned long orphans = 0;
+    unsigned long looked = 0;
     OrphanRecord rec;
     memset(&obj, 0, sizeof obj);
+    UtProgress progress(PROGRESS_EXAMINING);
     for (;;) {
         obj.stVersion = RVK_QRYRESPBACKUP_VERSION;
         rc = gRvkApiObjP->drvkGetNextQObj(RvkApiStatusObjP, handle, &block);
         if (rc != RVK_RC_MORE_DATA) break;
         ++examined;
+        progress.update(examined);
         obj.objName.ll[RVK_LL_NAME_MAX] = '\0';
         const char* name = obj.objName.ll[0] == '/' ? obj.objName.ll + 1 : obj.objName.ll;
 
@@ -170,6 +174,8 @@ int16_t utGetPickList(const nlDateTime* fromDate, const nlDateTime* toDate, Agen
             TRACE(TR_ORCLEVEL2, " %s: Found '%s' on VLT Server\n", fn, name);
             if (listing != nullptr) fprintf(listing, "%s\n", name);
         }
+        ++looked;
+        if (compared != nullptr) *compared = looked;
         if (SearchItem(index, name, utFindFilename) != nullptr) continue;
 
         fillOrphan(&rec, obj, info);
@@ -183,6 +189,7 @@ int16_t utGetPickList(const nlDateTime* fromDate, const nlDateTime* toDate, Agen
                   rec.name);
         int added = syncList->addTail(rec);
         if (added != 0) {
+            progress.end();
             char* text = nlFormatText(2522);
             utReportText(text != nullptr ? text : "");
             free(text);
@@ -195,6 +202,7 @@ int16_t utGetPickList(const nlDateTime* fromDate, const nlDateTime* toDate, Agen
         }
         ++orphans;
     }
+    progress.end();
     closeListing(&listing);
     TRACE(TR_ORCLEVEL1, " %s: %lu objects examined, %lu orphans\n", fn, examined, orphans);
 

@@ -24,8 +24,10 @@ enum { GPL_NO_MEMORY = 102 };  // an orphan record could not be stored
 // space (ZEBO_FS) and the owner (ZEBO_OWNER) from the context. Returns 0
 // (also when the server's query ends with a code other than "finished" or
 // "no match": the list is then taken as it stands), 102, or the code of the
-// session-information query or of the query start.
+// session-information query or of the query start. With `compared`, it
+// receives the number of objects looked up in the index (those inserted on
+// or after the from-date).
 int16_t utGetPickList(const nlDateTime* fromDate, const nlDateTime* toDate, AgentContext* context,
-                      SyncList* syncList, BTree* index);
+                      SyncList* syncList, BTree* index, unsigned long* compared = nullptr);
 
 #endif

@@ -21,6 +21,10 @@ enum {
 
 // Returns 0, 2576 (after its messages) or the index's code for a failed
 // insertion, which stops the load and leaves what was loaded before.
-int16_t utLoadBTree(const char* spoolPath, BTree* index);
+// A handle that SQL*Plus broke over several lines is stored whole as well
+// as in its pieces (wrappedhandle.h). With `handlesRead`, the number of
+// handle lines read is added to it; SQL*Plus's closing "rows selected" line
+// is loaded but not counted.
+int16_t utLoadBTree(const char* spoolPath, BTree* index, unsigned long* handlesRead = nullptr);
 
 #endif

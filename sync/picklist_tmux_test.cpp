@@ -132,10 +132,13 @@ class PickListTmuxTest : public ::testing::Test {
         if (zebotest::run("tmux -V").status != 0) GTEST_SKIP() << "tmux is not installed";
     }
 
-    // Starts zebosync in a window and answers the catalog prompts; true when
+    // Starts zebosync in a window and answers the catalog prompts and the
+    // warning that a catalog without any of the objects brings; true when
     // the pick list is on the screen.
     bool open(Tmux& window) {
         for (const char* answer : {"rman", "rmanpw", "CAT1", "", ""}) window.typeAhead(answer);
+        if (!window.waitFor("Press Enter to see the list.")) return false;
+        window.typeAhead("");
         return window.waitUntil(
             [](const std::string& s) { return Tmux::promptReady(s) && !entryRows(s).empty(); });
     }
@@ -150,10 +153,33 @@ TEST_F(PickListTmuxTest, AnOwnerLineTakesAPageRow) {
     EXPECT_NE(std::string::npos, window.screen().find("dbowner"));
 }
 
+// A catalog that lists none of the objects: the warning stays on the screen
+// until Enter, with the progress lines already gone, and the list then shows
+// enough of a long name to tell it from its neighbours.
+TEST_F(PickListTmuxTest, TheWarningWaitsForEnterAndLongNamesAreReadable) {
+    syncrun::Scratch scratch(3, {}, 5);
+    const std::string longName = "ORA_FINDB_df1236807628_s21754_p1_with_a_long_tail";
+    scratch.addPieces({longName}, true, false);
+    Tmux window(80, 24, scratch.command());
+    for (const char* answer : {"rman", "rmanpw", "CAT1", "", ""}) window.typeAhead(answer);
+    ASSERT_TRUE(window.waitFor("Press Enter to see the list.")) << window.screen();
+    std::string screen = window.screen();
+    EXPECT_NE(std::string::npos, screen.find("QEV2631W")) << screen;
+    EXPECT_NE(std::string::npos, screen.find("all 4 of")) << screen;
+    EXPECT_EQ(std::string::npos, screen.find("Loading the catalog")) << screen;
+    EXPECT_EQ(std::string::npos, screen.find("Examining objects")) << screen;
+    window.typeAhead("");
+    ASSERT_TRUE(window.waitUntil([](const std::string& s) {
+        return Tmux::promptReady(s) && !entryRows(s).empty();
+    })) << window.screen();
+    std::string shown = "/koruorc/db1/" + longName;
+    EXPECT_NE(std::string::npos, window.screen().find(shown.substr(0, 40))) << window.screen();
+}
+
 TEST_F(PickListTmuxTest, NineteenColumnsAreTooFew) {
     syncrun::Scratch scratch(3, {}, 5);
     Tmux window(20, 24, scratch.command());
-    for (const char* answer : {"rman", "rmanpw", "CAT1", "", ""}) window.typeAhead(answer);
+    for (const char* answer : {"rman", "rmanpw", "CAT1", "", "", ""}) window.typeAhead(answer);
     ASSERT_TRUE(window.waitFor("ZEBOSYNC-EXIT=0")) << window.screen();
     EXPECT_NE(std::string::npos, window.screen().find("QEV2530E")) << window.screen();
     EXPECT_EQ("1 2 3", scratch.onServer());

@@ -7,6 +7,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <memory>
 #include <string>
 
 #include "agent/session.h"
@@ -22,7 +23,10 @@
 #include "sync/deletefiles.h"
 #include "sync/getpicklist.h"
 #include "sync/loadbtree.h"
+#include "sync/orphanreport.h"
 #include "sync/picklist.h"
+#include "sync/plausibility.h"
+#include "sync/spoolerrors.h"
 #include "sync/tempfiles.h"
 
 namespace {
@@ -140,7 +144,7 @@ double secondsSince(const struct timespec& start) {
 // failure the session is ended and the index destroyed before the trace.
 int16_t loadCatalogs(AgentContext* context, CatalogList* catalogs, const std::string& scriptPath,
                      const std::string& spoolBase, const nlDateTime& from, const nlDateTime& to,
-                     BTree* index) {
+                     BTree* index, unsigned long* handles) {
     int n = 1;
     for (CatalogList::Node* node = catalogs->getFirst(); node != nullptr;
          node = catalogs->getNext(node), ++n) {
@@ -150,13 +154,16 @@ int16_t loadCatalogs(AgentContext* context, CatalogList* catalogs, const std::st
         std::string spoolPath = spoolBase + "_" + std::to_string(n) + ".out";
         int16_t rc =
             zeboQueryCatalog(&node->element, scriptPath.c_str(), spoolPath.c_str(), &from, &to);
+        // SQL*Plus often ends with status 0 after a failed query and leaves
+        // the error in the spool: that fails the query all the same.
+        if (rc == 0) rc = utCheckSpool(&node->element, spoolPath.c_str());
         if (rc != 0) {
             endSession(context);
             utDeleteTree(index);
             TRACE(TR_ORCLEVEL0, " %s: Exit - error querying catalog rc = %d\n\n", fn, rc);
             return -1;
         }
-        rc = utLoadBTree(spoolPath.c_str(), index);
+        rc = utLoadBTree(spoolPath.c_str(), index, handles);
         if (rc != 0) {
             endSession(context);
             utDeleteTree(index);
@@ -167,16 +174,28 @@ int16_t loadCatalogs(AgentContext* context, CatalogList* catalogs, const std::st
     return 0;
 }
 
+// Adds a deletion pass to the report and writes it again; a report that
+// cannot be written is shown, and the run goes on: the deletions are done
+// and the screen has said what became of them.
+void reportPass(UtReport* report, const UtDeletePass& pass) {
+    if (report == nullptr || !pass.ran) return;
+    report->addPass(pass);
+    std::string reason;
+    if (!report->write(&reason)) utShowReportFailure(report->path(), reason);
+}
+
 // The pick list and the deletion, in turn, until the administrator leaves.
 // Either way out ends the session and destroys the index.
-int16_t pickAndDelete(SyncList* syncList, AgentContext* context, BTree* index) {
+int16_t pickAndDelete(SyncList* syncList, AgentContext* context, BTree* index, UtReport* report) {
     for (;;) {
         if (pkPickHandle(syncList) != 0) {
             utDeleteTree(index);
             endSession(context);
             return 0;
         }
-        int16_t rc = utDeleteFiles(syncList, context);
+        UtDeletePass pass;
+        int16_t rc = utDeleteFiles(syncList, context, &pass);
+        reportPass(report, pass);
         if (rc != 0) {
             endSession(context);
             utDeleteTree(index);
@@ -200,6 +219,19 @@ int16_t zeboSyncVltToRman(AgentContext* context, ZeboCmdOptions* options) {
     // return.
     CatalogList catalogs;
     SyncList syncList;
+
+    // A report that cannot be written is known before anything is asked.
+    std::unique_ptr<UtReport> report;
+    if (options->outFile[0] != '\0') {
+        report.reset(new UtReport(options->outFile));
+        std::string reason;
+        if (!report->check(&reason)) {
+            utShowReportFailure(report->path(), reason);
+            TRACE(TR_ORCLEVEL0, " %s: Exit - report '%s' cannot be written: %s\n\n", fn,
+                  options->outFile, reason.c_str());
+            return REPORT_CANNOT_WRITE;
+        }
+    }
 
     int16_t rc = zeboSession(context);
     if (rc != 0) {
@@ -250,15 +282,30 @@ int16_t zeboSyncVltToRman(AgentContext* context, ZeboCmdOptions* options) {
 
     struct timespec start;
     nlClockSeam(&start);
-    rc = loadCatalogs(context, &catalogs, scriptPath, spoolBase, from, to, index);
+    unsigned long handles = 0;
+    rc = loadCatalogs(context, &catalogs, scriptPath, spoolBase, from, to, index, &handles);
     if (rc != 0) return rc;
     TRACE(TR_ORCLEVEL1 || TR_PERFORMANCE, " %s: Catalog query and load: %.3f s\n", fn,
           secondsSince(start));
 
     nlClockSeam(&start);
-    rc = utGetPickList(&from, &to, context, &syncList, index);
+    unsigned long examined = 0;
+    rc = utGetPickList(&from, &to, context, &syncList, index, &examined);
     TRACE(TR_ORCLEVEL1 || TR_PERFORMANCE, " %s: Server query and matching: %.3f s, %u orphans\n",
           fn, secondsSince(start), syncList.getCount());
+    if (rc == 0 && report) {
+        // The exact list, before anything can be deleted: with Q at the pick
+        // list the run is a dry run.
+        report->setOrphans(&syncList);
+        std::string reason;
+        if (!report->write(&reason)) {
+            utShowReportFailure(report->path(), reason);
+            utDeleteTree(index);
+            endSession(context);
+            TRACE(TR_ORCLEVEL0, " %s: Exit - report not written\n\n", fn);
+            return REPORT_CANNOT_WRITE;
+        }
+    }
     if (rc != 0 || syncList.getCount() == 0) {
         utDeleteTree(index);
         endSession(context);
@@ -266,7 +313,8 @@ int16_t zeboSyncVltToRman(AgentContext* context, ZeboCmdOptions* options) {
         return rc;
     }
 
-    rc = pickAndDelete(&syncList, context, index);
+    utWarnImplausible(handles, examined, syncList.getCount());
+    rc = pickAndDelete(&syncList, context, index, report.get());
     TRACE(TR_ORCLEVEL1, " %s: Exit - rc = %d\n\n", fn, rc);
     return rc;
 }

@@ -47,6 +47,32 @@ Scratch::Scratch(int objects, const std::vector<int>& cataloged, int maxObjPerTx
     }
 }
 
+void Scratch::addPieces(const std::vector<std::string>& handles, bool onServer, bool cataloged) {
+    std::string objects;
+    std::string pieces;
+    for (const std::string& h : handles) {
+        objects += "/koruorc\t/db1\t/" + h + "\t2024-01-10 03:04:05\t4096\n";
+        pieces += h + "\t2024-01-10 03:04:05\n";
+    }
+    zebotest::RunResult r;
+    if (onServer) {
+        r = zebotest::run(
+            zebotest::binDir() + "/vltadm -c " + shellQuoted(install_.rvkOpt()) + " load NODE1",
+            objects);
+        EXPECT_EQ(0, r.status) << r.err;
+    }
+    if (!cataloged) return;
+    r = zebotest::run(
+        "SQLPLUS_SIM_DIR=" + shellQuoted(install_.path("")) + " sqlplus --sim-load CAT1", pieces);
+    EXPECT_EQ(0, r.status) << r.err;
+}
+
+void Scratch::addGuest(const std::string& user, const std::string& password) {
+    zebotest::RunResult r = zebotest::run("SQLPLUS_SIM_DIR=" + shellQuoted(install_.path("")) +
+                                          " sqlplus --sim-guest CAT1 " + user + " " + password);
+    EXPECT_EQ(0, r.status) << r.err;
+}
+
 bool Scratch::programsBuilt() {
     for (const std::string& program :
          {zebotest::binDir() + "/zebosync", zebotest::binDir() + "/vltadm",

@@ -34,6 +34,14 @@ class Scratch {
     // The answers to the catalog and date prompts, before the pick list.
     static std::string catalogAnswers();
 
+    // Backup pieces of 2024-01-10: objects "/koruorc/db1/<handle>" when
+    // `onServer`, and the handles in the catalog when `cataloged`.
+    void addPieces(const std::vector<std::string>& handles, bool onServer, bool cataloged);
+    // A catalog user who can log on but does not own the catalog.
+    void addGuest(const std::string& user, const std::string& password);
+    // A file of the scratch folder.
+    std::string path(const std::string& name) const { return install_.path(name); }
+
     std::string onServer() const;  // numbers of the pieces left, "1 3 4"
     std::string trace() const;
     std::string activityLog() const;

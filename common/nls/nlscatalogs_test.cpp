@@ -15,14 +15,16 @@ namespace {
 
 // Every message number the program shows.
 const std::set<unsigned> kProgramMessages = {
-    2,    3,    4,    100,  102,  103,  104,  105,  131,  156,  201,  371,  475,
-    476,  2519, 2522, 2525, 2529, 2530, 2531, 2533, 2534, 2540, 2541, 2542, 2543,
-    2544, 2552, 2553, 2575, 2576, 2580, 2581, 2586, 2587, 2590, 2591, 2592, 2594,
-    2595, 2596, 2597, 2598, 2599, 2603, 2615, 2616, 2622, 2623};
+    2,    3,    4,    100,  102,  103,  104,  105,  131,  156,  201,  371,  475,  476,  2519,
+    2522, 2525, 2529, 2530, 2531, 2533, 2534, 2540, 2541, 2542, 2543, 2544, 2552, 2553, 2575,
+    2576, 2580, 2581, 2586, 2587, 2590, 2591, 2592, 2594, 2595, 2596, 2597, 2598, 2599, 2603,
+    2615, 2616, 2622, 2623, 2630, 2631, 2632, 2633, 2634, 2635, 2636, 2637, 2638, 2639, 2640};
 // Prompts: the answer is typed on the same line.
-const std::set<unsigned> kPrompts = {371, 2540, 2541, 2542, 2543, 2544, 2598};
+const std::set<unsigned> kPrompts = {371, 2540, 2541, 2542, 2543, 2544, 2598, 2633};
 // Texts that the pick list cuts to the screen and shows through message 2.
-const std::set<unsigned> kPickListTexts = {2552, 2553, 2590, 2591, 2592, 2595, 2596, 2597};
+// The progress lines (2639, 2640) are rewritten in place: no line feed either.
+const std::set<unsigned> kPickListTexts = {2552, 2553, 2590, 2591, 2592,
+                                           2595, 2596, 2597, 2639, 2640};
 
 struct Shown {
     int status = -1;
