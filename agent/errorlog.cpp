@@ -97,11 +97,15 @@ void zeboErrorMsg(const char* text) {
     delete[] line;
 }
 
-void psNonNlsErrorMsg(const char* format, ...) {
+void psNonNlsErrorLogName(char* path) {
     char dir[ZEBO_PATH_SIZE];
-    char path[ZEBO_LOG_PATH_SIZE];
     if (zeboGetAgentDir(dir, sizeof dir) != 0) dir[0] = '\0';
-    logPathIn(dir, path, sizeof path);
+    logPathIn(dir, path, ZEBO_LOG_PATH_SIZE);
+}
+
+void psNonNlsErrorMsg(const char* format, ...) {
+    char path[ZEBO_LOG_PATH_SIZE];
+    psNonNlsErrorLogName(path);
     FILE* log = fopen(path, "a+");
     if (!log) return;
     char stamp[40];

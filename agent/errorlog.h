@@ -31,6 +31,9 @@ int16_t zeboGetErrorLogName(char* path);
 // Appends "<stamp> TID<pid> ==> <text>\n" to the error log.
 void zeboErrorMsg(const char* text);
 
+// The fallback log's path for psNonNlsErrorMsg (1,025 bytes): never empty.
+void psNonNlsErrorLogName(char* path);
+
 // Appends "<stamp> TID<pid>  ==>  " and the formatted text and a line feed
 // to the fallback log. The first argument is a printf format.
 void psNonNlsErrorMsg(const char* format, ...) __attribute__((format(printf, 1, 2)));

@@ -6,17 +6,28 @@
 #    and run from there without root, with LD_LIBRARY_PATH set to the API
 #    directory.
 # 2. The Debian packages (build-pkg/): `cpack -G DEB` builds "zebosync" and
-#    "vltapi"; both are installed with dpkg, the installed programs are run
-#    (usage from the installed catalogs, vltadm, a short synchronisation with
-#    deletion, the manual pages), then the packages are removed (only the
-#    option files stay, as configuration files do) and purged (nothing
-#    stays but user data). This part installs software, so it needs root;
+#    "vltapi", first of an older version (the same sources with the version
+#    "<version>~prev"), then of the current one. The current packages must
+#    pass lintian with no error and no warning except the tags that the
+#    fixed directories under /opt bring (see LINTIAN_PLACEMENT_TAGS). The
+#    older packages are installed, the administrator's option file edited,
+#    a repository created; the current ones are installed over them, which
+#    must keep the edit, the key file and the repository. The installed
+#    programs are run (usage from the installed catalogs, --help and
+#    --version, vltadm, a short synchronisation with deletion, the manual
+#    pages, the bash completion), then the packages are removed (only the
+#    configuration files and the key file stay) and purged (nothing stays
+#    but user data). This part installs software, so it needs root;
 #    whatever happens, the system is left as it was found.
 #
 #   scripts/check-packages.sh [--skip-scratch] [--skip-packages] [--build-root DIR]
+#                             [--pkg-build DIR]
 #
 # --build-root puts build-scratch/ and build-pkg/ into DIR instead of the
-# repository.
+# repository. --pkg-build makes the packages from DIR, a build configured
+# with the standard directories and already built (scripts/test.sh passes
+# its normal build), instead of building build-pkg/; the older version is
+# made there too, and the build is set back to the current one afterwards.
 #
 # Runs of zebosync use the SQL*Plus simulator of the build tree in place of
 # SQL*Plus. Exit status 0 when every check passed.
@@ -29,11 +40,13 @@ cd "$root"
 do_scratch=1
 do_packages=1
 build_root=$root
+pkg_build=
 while [ $# -gt 0 ]; do
     case $1 in
     --skip-scratch) do_scratch=0 ;;
     --skip-packages) do_packages=0 ;;
     --build-root) mkdir -p "${2:?--build-root needs a folder}"; build_root=$(cd "$2" && pwd); shift ;;
+    --pkg-build) pkg_build=$(cd "${2:?--pkg-build needs a build folder}" && pwd); shift ;;
     -h | --help) sed -n '2,/^set -euo/p' "$0" | sed '$d; s/^# \{0,1\}//'; exit 0 ;;
     *) echo "check-packages.sh: unknown argument $1" >&2; exit 2 ;;
     esac
@@ -167,52 +180,119 @@ fi
 # ---------------------------------------------------------------- packages
 [ "$(id -u)" = 0 ] || fail "the package check installs packages: run it as root"
 zebo_need_packages
+zebo_need_packages "${ZEBO_PACKAGE_CHECK_PACKAGES[@]}"
 for p in zebosync vltapi; do
     case $(dpkg-query -W -f='${db:Status-Abbrev}' "$p" 2>/dev/null || true) in
     "" | "un"* | "pn"*) ;;
     *) fail "package $p is already on this system; remove it first (dpkg --purge $p)" ;;
     esac
 done
-for dep in libc6 libstdc++6 ncurses-bin libsqlite3-0 libssl3 man-db; do
-    dpkg-query -W -f='${Status}' "$dep" 2>/dev/null | grep -q 'ok installed' ||
-        fail "the packages need $dep, which is not installed"
-done
 
-say "== Debian packages (build-pkg/)"
-build "$build_root/build-pkg"
-rm -rf "$build_root/build-pkg/packages"
-(cd "$build_root/build-pkg" && cpack -G DEB >"$work/cpack.log" 2>&1) || fail "cpack: $(tail -20 "$work/cpack.log")"
-agent_deb=$(ls "$build_root"/build-pkg/packages/zebosync_*.deb)
-api_deb=$(ls "$build_root"/build-pkg/packages/vltapi_*.deb)
-agent_dir=$(sed -n 's/^ZEBO_AGENT_DIR:[A-Z]*=//p' "$build_root/build-pkg/CMakeCache.txt")
-api_dir=$(sed -n 's/^ZEBO_API_DIR:[A-Z]*=//p' "$build_root/build-pkg/CMakeCache.txt")
-say "   $(basename "$agent_deb"), $(basename "$api_deb")"
+# Lintian tags that the program's fixed directories bring: its files live
+# under /opt; the library there is found by its bare name only through an
+# entry in /etc/ld.so.conf.d; and lintian, which knows only the standard
+# library folders, takes the ldconfig trigger that refreshes the cache for
+# that entry for an unnecessary one. Any other error or warning fails.
+LINTIAN_PLACEMENT_TAGS=(dir-or-file-in-opt package-modifies-ld.so-search-path
+    package-has-unnecessary-activation-of-ldconfig-trigger)
+
+say "== Debian packages"
+if [ -n "$pkg_build" ]; then
+    pkg_dir=$pkg_build
+else
+    pkg_dir=$build_root/build-pkg
+    build "$pkg_dir"
+fi
+cache_value() { sed -n "s/^$1:[A-Z]*=//p" "$pkg_dir/CMakeCache.txt"; }
+agent_dir=$(cache_value ZEBO_AGENT_DIR)
+api_dir=$(cache_value ZEBO_API_DIR)
+[ "$(cache_value ZEBO_INSTALL_ETC)" = ON ] ||
+    fail "$pkg_dir does not install into the standard directories (ZEBO_INSTALL_ETC is off)"
+# The build goes back to the project's version whatever happens.
+reset_version() { cmake -DZEBO_PACKAGE_VERSION= "$pkg_dir" >/dev/null 2>&1 || true; }
+
+# make_packages VERSION DEST: the two packages of the build with VERSION
+# (empty: the project's own) into the folder DEST.
+make_packages() {
+    cmake -DZEBO_PACKAGE_VERSION="$1" "$pkg_dir" >/dev/null
+    cmake --build "$pkg_dir" -j"$jobs" >"$work/build.log" 2>&1 || {
+        reset_version
+        tail -40 "$work/build.log" >&2
+        fail "building $pkg_dir"
+    }
+    rm -rf "$pkg_dir/packages"
+    (cd "$pkg_dir" && cpack -G DEB >"$work/cpack.log" 2>&1) || {
+        reset_version
+        fail "cpack: $(tail -20 "$work/cpack.log")"
+    }
+    mkdir -p "$2"
+    mv "$pkg_dir"/packages/*.deb "$2/"
+}
+old_version="$(cache_value CMAKE_PROJECT_VERSION)~prev"
+make_packages "$old_version" "$work/old"
+make_packages "" "$work/new"
+agent_deb=$(ls "$work"/new/zebosync_*.deb)
+api_deb=$(ls "$work"/new/vltapi_*.deb)
+version=$(dpkg-deb -f "$agent_deb" Version)
+dpkg --compare-versions "$old_version" lt "$version" ||
+    fail "the older packages' version $old_version is not below $version"
+say "   $(basename "$agent_deb"), $(basename "$api_deb"); older ones of version $old_version"
 
 # Files and links of a package, as absolute paths.
 deb_files() { dpkg-deb -c "$1" | awk '$1 !~ /^d/ { sub(/^\./, "", $6); print $6 }' | sort; }
 deb_files "$agent_deb" >"$work/agent.files"
 deb_files "$api_deb" >"$work/api.files"
-for f in "$agent_dir"/zebosync "$agent_dir"/zebopasswd "$agent_dir"/zebo.opt \
+completions=/usr/share/bash-completion/completions
+for f in "$agent_dir"/zebosync "$agent_dir"/zebopasswd "$agent_dir"/zebo.opt /etc/zebosync/zebo.opt \
     "$agent_dir"/en_US/zebo.cat "$agent_dir"/en_US/rvkclientV3.cat "$agent_dir"/de_DE/zebo.cat \
     /usr/bin/zebosync /usr/bin/zebopasswd /usr/share/man/man1/zebosync.1.gz \
-    /usr/share/man/man1/zebopasswd.1.gz; do
+    /usr/share/man/man1/zebopasswd.1.gz $completions/zebosync $completions/zebopasswd \
+    /usr/share/doc/zebosync/copyright /usr/share/doc/zebosync/changelog.gz; do
     grep -qx "$f" "$work/agent.files" || fail "package zebosync lacks $f"
 done
-for f in "$api_dir"/libApiQZ.so "$api_dir"/vltadm "$api_dir"/rvk.opt /usr/sbin/vltadm \
-    /etc/ld.so.conf.d/zebo-vltapi.conf /usr/share/man/man8/vltadm.8.gz; do
+for f in "$api_dir"/libApiQZ.so "$api_dir"/vltadm "$api_dir"/rvk.opt /etc/vltapi/rvk.opt \
+    /usr/sbin/vltadm /etc/ld.so.conf.d/zebo-vltapi.conf /usr/share/man/man8/vltadm.8.gz \
+    $completions/vltadm /usr/share/doc/vltapi/copyright /usr/share/doc/vltapi/changelog.gz; do
     grep -qx "$f" "$work/api.files" || fail "package vltapi lacks $f"
 done
-[ "$(dpkg-deb -I "$agent_deb" conffiles)" = "$agent_dir/zebo.opt" ] ||
-    fail "package zebosync does not mark zebo.opt as a configuration file"
-[ "$(dpkg-deb -I "$api_deb" conffiles)" = "$api_dir/rvk.opt" ] ||
-    fail "package vltapi does not mark rvk.opt as a configuration file"
+[ "$(dpkg-deb -I "$agent_deb" conffiles)" = /etc/zebosync/zebo.opt ] ||
+    fail "package zebosync does not mark /etc/zebosync/zebo.opt (alone) as a configuration file"
+[ "$(dpkg-deb -I "$api_deb" conffiles | sort | tr '\n' ' ')" = \
+    "/etc/ld.so.conf.d/zebo-vltapi.conf /etc/vltapi/rvk.opt " ] ||
+    fail "package vltapi does not mark its files in /etc (alone) as configuration files"
+# Dependencies computed from the binaries carry the versions of the
+# libraries' symbols; the program needs the library of its own version.
+case $(dpkg-deb -f "$api_deb" Depends) in
+*"libsqlite3-0 (>="*"libc6 (>="* | *"libc6 (>="*"libsqlite3-0 (>="*) ;;
+*) fail "vltapi's dependencies are not computed from its binaries: $(dpkg-deb -f "$api_deb" Depends)" ;;
+esac
+case $(dpkg-deb -f "$agent_deb" Depends) in
+*"vltapi (= $version)"*) ;;
+*) fail "zebosync does not depend on vltapi $version: $(dpkg-deb -f "$agent_deb" Depends)" ;;
+esac
+
+lintian --fail-on none --tag-display-limit 0 "$agent_deb" "$api_deb" >"$work/lintian.out" \
+    2>"$work/lintian.err" || fail "lintian could not check the packages: $(tail -5 "$work/lintian.err")"
+placement="($(IFS='|' && echo "${LINTIAN_PLACEMENT_TAGS[*]}"))"
+bad=$(grep -E '^[EW]: ' "$work/lintian.out" | grep -vE ": ${placement//./\\.}( |$)" || true)
+[ -z "$bad" ] || fail "lintian reports:
+$bad"
+say "   lintian: no error or warning but $(grep -cE '^[EW]: ' "$work/lintian.out" || true) of the /opt placement:" \
+    "${LINTIAN_PLACEMENT_TAGS[*]}"
+
+# Every dependency of the packages (other than each other) must already be
+# installed: the check installs nothing else.
+for dep in $(dpkg-deb -f "$api_deb" Depends | tr ',' '\n' | sed 's/(.*//; s/|.*//'); do
+    dpkg-query -W -f='${Status}' "$dep" 2>/dev/null | grep -q 'ok installed' ||
+        fail "the packages need $dep, which is not installed"
+done
 
 # What the packages may touch, before anything is installed; compared with
 # the state after the purge.
 snapshot() {
     {
-        find /opt /etc/ld.so.conf.d /usr/bin /usr/sbin /usr/share/man/man1 /usr/share/man/man8 \
-            /usr/share/doc -xdev 2>/dev/null || true
+        find /opt /etc/ld.so.conf.d /etc/zebosync /etc/vltapi /usr/bin /usr/sbin /usr/share/man/man1 \
+            /usr/share/man/man8 /usr/share/doc /usr/share/bash-completion -xdev 2>/dev/null || true
         ls /var/lib/dpkg/info/zebosync.* /var/lib/dpkg/info/vltapi.* 2>/dev/null || true
     } | sort
     # Only the linker cache's entries of the library: the rest of the cache
@@ -221,6 +301,8 @@ snapshot() {
 }
 snapshot >"$work/before"
 user_file=$agent_dir/ZEBO.CHECKNODE
+repository=$api_dir/vlt.db
+key=$api_dir/vltapi.key
 # The nearest existing ancestor of a folder: what was there before.
 existing_ancestor() {
     local d=$1
@@ -228,6 +310,7 @@ existing_ancestor() {
     printf '%s\n' "$d"
 }
 agent_base=$(existing_ancestor "$agent_dir")
+api_base=$(existing_ancestor "$api_dir")
 # Removes the empty folders from DIR up to, not including, BASE.
 remove_empty_dirs() {
     local d=$1 base=$2 prefix=${2%/}/
@@ -240,57 +323,102 @@ remove_empty_dirs() {
 restore() {
     local status=$?
     dpkg --purge zebosync vltapi >/dev/null 2>&1 || true
-    rm -f "$user_file"
+    rm -f "$user_file" "$repository"
     remove_empty_dirs "$agent_dir" "$agent_base"
+    remove_empty_dirs "$api_dir" "$api_base"
+    reset_version
     drop_work "$status"
     exit "$status"
 }
 trap restore EXIT
 
-dpkg -i "$api_deb" "$agent_deb" >"$work/dpkg.log" 2>&1 || fail "dpkg -i: $(cat "$work/dpkg.log")"
-for p in zebosync vltapi; do
-    [ "$(dpkg-query -W -f='${db:Status-Abbrev}' "$p")" = "ii " ] || fail "package $p is not installed"
-done
-say "   installed with dpkg -i"
+# install_at VERSION DEB...: dpkg -i, and both packages installed at VERSION.
+install_at() {
+    local want=$1
+    shift
+    dpkg -i "$@" </dev/null >"$work/dpkg.log" 2>&1 || fail "dpkg -i: $(cat "$work/dpkg.log")"
+    for p in zebosync vltapi; do
+        [ "$(dpkg-query -W -f='${db:Status-Abbrev} ${Version}' "$p")" = "ii  $want" ] ||
+            fail "package $p is not installed at version $want"
+    done
+}
+export PATH=/usr/bin:/usr/sbin:/bin:/sbin:$pkg_dir/testbin
+unset LD_LIBRARY_PATH ZEBO_AGENT_DIR ZEBO_OPTFILE RVKI_DIR RVKI_LOG RVKI_CONFIG
+
+install_at "$old_version" "$work"/old/vltapi_*.deb "$work"/old/zebosync_*.deb
+[ "$(stat -c '%a %s' "$key" 2>/dev/null)" = "600 32" ] ||
+    fail "vltapi did not create the key file $key with mode 600 and 32 bytes"
+cp "$key" "$work/key.before"
+# The administrator's edit: a trace of every run, which also shows that the
+# program reads the file through its fixed path in the agent directory.
+printf 'ZEBO_TRACE_FILE   %s\nZEBO_TRACE_FLAGS  ORCLEVEL1\n' "$work/admin.trace" >>/etc/zebosync/zebo.opt
+cp /etc/zebosync/zebo.opt "$work/zebo.opt.edited"
+# The repository that the shipped rvk.opt names, next to it in the API
+# directory.
+vltadm init >/dev/null || fail "vltadm init with the installed rvk.opt failed"
+[ -f "$repository" ] || fail "vltadm init with the installed rvk.opt did not create $repository"
+say "   installed $old_version; zebo.opt edited, key file and repository there"
+
+install_at "$version" "$api_deb" "$agent_deb"
+cmp -s /etc/zebosync/zebo.opt "$work/zebo.opt.edited" || fail "the upgrade lost the edit of zebo.opt"
+cmp -s "$key" "$work/key.before" || fail "the upgrade changed or removed the key file"
+[ -f "$repository" ] || fail "the upgrade removed the repository $repository"
+say "   upgraded to $version: the edit of zebo.opt, the key file and the repository kept"
 ldconfig -p | grep -q "libApiQZ.so .*=> $api_dir/libApiQZ.so" ||
     fail "the linker cache does not know libApiQZ.so"
 say "   libApiQZ.so is found by its bare name"
-(
-    export PATH=/usr/bin:/usr/sbin:/bin:/sbin:$build_root/build-pkg/testbin
-    unset LD_LIBRARY_PATH ZEBO_AGENT_DIR ZEBO_OPTFILE RVKI_DIR RVKI_LOG RVKI_CONFIG
-    check_help
-    # The password file goes where an administrator's would: the agent
-    # directory. It is user data that removing the packages must leave.
-    short_sync "$work/pkg" "$agent_dir"
-    check_manpages /usr/share/man/man1/zebosync.1.gz /usr/share/man/man1/zebopasswd.1.gz \
-        /usr/share/man/man8/vltadm.8.gz
-    man -w zebosync >/dev/null && man -w vltadm >/dev/null || fail "man does not find the pages"
-)
-[ -f "$user_file" ] || fail "zebopasswd did not write $user_file"
 
-# Removal: every file goes except the option files (configuration) and the
-# user's password file.
+check_help
+grep -q 'main: Exit - OK' "$work/admin.trace" 2>/dev/null ||
+    fail "zebosync help did not follow the edited $agent_dir/zebo.opt (no trace in $work/admin.trace)"
+for tool in vltadm zebopasswd; do
+    [ "$($tool --version)" = "$tool $version" ] || fail "$tool --version does not show $tool $version"
+    $tool --help | grep -q "^usage: $tool" || fail "$tool --help shows no usage"
+done
+say "   vltadm and zebopasswd: --help and --version"
+# The password file goes where an administrator's would: the agent
+# directory. It is user data that removing the packages must leave.
+short_sync "$work/pkg" "$agent_dir"
+[ -f "$user_file" ] || fail "zebopasswd did not write $user_file"
+check_manpages /usr/share/man/man1/zebosync.1.gz /usr/share/man/man1/zebopasswd.1.gz \
+    /usr/share/man/man8/vltadm.8.gz
+man -w zebosync >/dev/null && man -w vltadm >/dev/null || fail "man does not find the pages"
+# bash-completion loads a command's completion by the command's name.
+# shellcheck disable=SC2016
+bash -c '. /usr/share/bash-completion/bash_completion
+    for c in zebosync zebopasswd vltadm; do _completion_loader "$c"; complete -p "$c"; done' \
+    >"$work/complete.out" 2>&1 || fail "bash completion does not load: $(cat "$work/complete.out")"
+[ "$(grep -c -e '-F _zebosync zebosync$' -e '-F _zebopasswd zebopasswd$' -e '-F _vltadm vltadm$' \
+    "$work/complete.out")" = 3 ] || fail "bash completion is not set up: $(cat "$work/complete.out")"
+say "   bash completion of zebosync, zebopasswd and vltadm"
+
+# Removal: every file goes except the configuration files, the key file,
+# the repository and the user's password file.
+conffiles="/etc/zebosync/zebo.opt /etc/vltapi/rvk.opt /etc/ld.so.conf.d/zebo-vltapi.conf"
 dpkg -r zebosync vltapi >"$work/dpkg.log" 2>&1 || fail "dpkg -r: $(cat "$work/dpkg.log")"
 while read -r f; do
-    case $f in
-    "$agent_dir/zebo.opt" | "$api_dir/rvk.opt") [ -e "$f" ] || fail "dpkg -r removed the configuration file $f" ;;
+    case " $conffiles " in
+    *" $f "*) [ -e "$f" ] || fail "dpkg -r removed the configuration file $f" ;;
     *) [ ! -e "$f" ] && [ ! -L "$f" ] || fail "dpkg -r left $f" ;;
     esac
 done < <(cat "$work/agent.files" "$work/api.files")
-[ -f "$user_file" ] || fail "dpkg -r removed the user's password file"
-say "   dpkg -r: program files gone; zebo.opt, rvk.opt and the password file kept"
+for f in "$user_file" "$key" "$repository"; do
+    [ -f "$f" ] || fail "dpkg -r removed $f"
+done
+say "   dpkg -r: program files gone; configuration, key, repository and password file kept"
 
 dpkg --purge zebosync vltapi >"$work/dpkg.log" 2>&1 || fail "dpkg --purge: $(cat "$work/dpkg.log")"
 while read -r f; do
     [ ! -e "$f" ] && [ ! -L "$f" ] || fail "dpkg --purge left $f"
 done < <(cat "$work/agent.files" "$work/api.files")
-leftover=$(find "$agent_dir" "$api_dir" -xdev \( -type f -o -type l \) 2>/dev/null |
-    grep -vx "$user_file" || true)
+leftover=$(find "$agent_dir" "$api_dir" /etc/zebosync /etc/vltapi -xdev \( -type f -o -type l \) \
+    2>/dev/null | grep -vx -e "$user_file" -e "$repository" || true)
 [ -z "$leftover" ] || fail "dpkg --purge left: $leftover"
-say "   dpkg --purge: nothing left but the user's password file"
+say "   dpkg --purge: nothing left but the repository and the user's password file"
 
-rm -f "$user_file"
+rm -f "$user_file" "$repository"
 remove_empty_dirs "$agent_dir" "$agent_base"
+remove_empty_dirs "$api_dir" "$api_base"
 snapshot >"$work/after"
 diff "$work/before" "$work/after" >"$work/diff" || fail "the system differs from before: $(head -20 "$work/diff")"
 say "   the system is as it was before"

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Configures, builds and runs every test of the project twice: a normal build
 # (build/) and an AddressSanitizer + UndefinedBehaviorSanitizer build
-# (build-asan/). Installs missing Debian packages when run as root, otherwise
-# names them and stops.
+# (build-asan/); as root, checks the Debian packages of the normal build in
+# between (scripts/check-packages.sh). Installs missing Debian packages when
+# run as root, otherwise names them and stops.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 cd "$root"
@@ -22,6 +23,14 @@ build_and_test() {
 
 echo "== normal build =="
 build_and_test build -DCMAKE_BUILD_TYPE=RelWithDebInfo
+# The package check installs and removes the Debian packages made from the
+# normal build, so it needs root; it runs once, on that build.
+if [ "$(id -u)" -eq 0 ]; then
+    echo "== Debian packages =="
+    "$root/scripts/check-packages.sh" --skip-scratch --pkg-build "$root/build"
+else
+    echo "== Debian packages: skipped (the package check installs packages: run as root) =="
+fi
 echo "== sanitizer build =="
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}

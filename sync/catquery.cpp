@@ -18,6 +18,7 @@
 namespace {
 
 int runThroughShell(const char* command) {
+    fflush(stdout);  // what was shown so far comes before the command's output
     return system(command);
 }
 

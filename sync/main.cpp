@@ -10,6 +10,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <unistd.h>
 
 #include <new>
 
@@ -45,6 +46,21 @@ int16_t leave(AgentContext* context, int16_t rc) {
     closeSess(context);
     zeboEndTrace();
     return rc;
+}
+
+// The error log that the option-file reader wrote its message to (the one
+// that names the file and the line), as a path that can be opened from
+// anywhere: the screen shows only the general message 2534. The reader
+// writes before RVKI_LOG is known, into the agent directory's log.
+void errorLogShown(char* path, size_t size) {
+    char log[ZEBO_LOG_PATH_SIZE];
+    psNonNlsErrorLogName(log);
+    char cwd[ZEBO_LOG_PATH_SIZE];
+    if (log[0] != '/' && getcwd(cwd, sizeof cwd)) {
+        snprintf(path, size, "%s%s%s", cwd, strcmp(cwd, "/") == 0 ? "" : "/", log);
+    } else {
+        snprintf(path, size, "%s", log);
+    }
 }
 
 }  // namespace
@@ -97,8 +113,10 @@ int main(int argc, char** argv) {
 
     rc = zeboReadOptions(&agentContext);
     if (rc != 0) {
+        char logPath[ZEBO_LOG_PATH_SIZE];
+        errorLogShown(logPath, sizeof logPath);
         nlMsg(131);
-        nlMsg(2534);
+        nlMsg(2534, logPath);
         nlMsg(131);
         return leave(&agentContext, rc);
     }

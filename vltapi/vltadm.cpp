@@ -21,6 +21,9 @@
 #ifndef RVK_DEFAULT_API_DIR
 #define RVK_DEFAULT_API_DIR "/opt/marlo/vlt/client/api/bin"
 #endif
+#ifndef VLTADM_VERSION
+#define VLTADM_VERSION "unknown"
+#endif
 
 using namespace vlt;
 
@@ -279,6 +282,10 @@ int main(int argc, char** argv) {
     std::string optFile;
     if (!args.empty() && (args[0] == "-h" || args[0] == "--help")) {
         fputs(kUsage, stdout);
+        return 0;
+    }
+    if (!args.empty() && args[0] == "--version") {
+        fputs("vltadm " VLTADM_VERSION "\n", stdout);
         return 0;
     }
     if (!args.empty() && args[0] == "-c") {

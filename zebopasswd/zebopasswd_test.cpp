@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <string.h>
 
+#include <regex>
 #include <string>
 
 #include "agent/agent_testutil.h"
@@ -104,6 +105,35 @@ TEST_F(ZebopasswdTest, UnusableCommandLinesAndOptionFilesAreRefused) {
     EXPECT_EQ(1, noNode.status);
     EXPECT_NE(std::string::npos, noNode.err.find("neither ZEBO_NODE nor ZEBO_OWNER"));
     EXPECT_FALSE(zebotest::fileExists(passwordFile()));
+}
+
+// --help and --version of the two admin tools: on standard output, status 0,
+// before any option file is read (there is none here), and one version for
+// both, since they are shipped together.
+TEST_F(ZebopasswdTest, AdminToolsAnswerHelpAndVersion) {
+    const std::string vltadm = zebotest::binDir() + "/vltadm";
+    const std::regex versionLine("(zebopasswd|vltadm) ([0-9]+(\\.[0-9]+)+)\n");
+    std::string versions[2];
+    int i = 0;
+    for (const std::string& tool : {zebotest::binDir() + "/zebopasswd", vltadm}) {
+        SCOPED_TRACE(tool);
+        RunResult help = zebotest::run("cd / && RVKI_CONFIG=/nonexistent " + tool + " --help");
+        EXPECT_EQ(0, help.status);
+        EXPECT_EQ("", help.err);
+        EXPECT_EQ(0u, help.out.find("usage: ")) << help.out;
+        RunResult version = zebotest::run("cd / && " + tool + " --version");
+        EXPECT_EQ(0, version.status);
+        EXPECT_EQ("", version.err);
+        std::smatch m;
+        ASSERT_TRUE(std::regex_match(version.out, m, versionLine)) << version.out;
+        versions[i++] = m[2];
+    }
+    EXPECT_EQ(versions[0], versions[1]);
+    EXPECT_NE(std::string::npos, zebotest::run(vltadm + " --help").out.find("node add NODE"));
+    // Anything else is still a usage error on standard error.
+    RunResult bad = zebopasswd("--versions", "");
+    EXPECT_EQ(2, bad.status);
+    EXPECT_EQ("", bad.out);
 }
 
 }  // namespace
