@@ -9,6 +9,7 @@
 #include "common/nls/nls.h"
 #include "common/nls/nlscatalog.h"
 #include "common/nls/nlsobject.h"
+#include "common/nls/nlssignature.h"
 #include "common/unx/nlsfmt.h"
 #include "common/ut/instr.h"
 #include "common/ut/testflags.h"
@@ -68,6 +69,7 @@ int openRepositories(nlsObject_t* obj, const char* msgFile, const char* installD
     const char* englishFile = kDefaultRepository;
     if (applicationType >= NL_APP_AGENT_ENTRY && applicationType <= NL_APP_AGENT_OTHER && msgFile)
         englishFile = reposFile && *reposFile ? reposFile : msgFile;
+    nlSelectSignatures(englishFile);
     if (openCat(installDir, "en_US", englishFile, &obj->englishCat) != 0) {
         keepName(&obj->englishFile, nlLastCatalogPath);
         nlSetPending(obj, NL_SEV_E, 0, "QES0101E Unable to open English message repository '%s'.\n",
