@@ -14,6 +14,8 @@
 #include "common/ut/trace.h"
 #include "sync/answer.h"
 #include "sync/apireport.h"
+#include "sync/sigcleanup.h"
+#include "sync/visible.h"
 
 namespace {
 
@@ -23,7 +25,9 @@ const char* const fn = "utDeleteFiles()";
 
 int beginTxn(uint32_t handle) {
     TRACE(TR_ORCLEVEL2, " %s: Calling RVKBEGINTXN(). rvkHandle = %d\n", fn, handle);
-    return gRvkApiObjP->drvkBeginTxn(RvkApiStatusObjP, handle);
+    int rc = gRvkApiObjP->drvkBeginTxn(RvkApiStatusObjP, handle);
+    if (rc == 0) utEnterTransaction();
+    return rc;
 }
 
 // Ends the transaction. A failed end (2302) is reported as its reason code.
@@ -31,6 +35,7 @@ int endTxn(uint32_t handle, uint8_t vote, uint16_t* reason) {
     *reason = 0;
     TRACE(TR_ORCLEVEL2, " %s: Calling RVKENDTXN(). rvkHandle = %d\n", fn, handle);
     int rc = gRvkApiObjP->drvkEndTxn(RvkApiStatusObjP, handle, vote, reason);
+    utLeaveTransaction();
     if (rc == RVK_RC_CHECK_REASON_CODE) {
         TRACE(TR_ORCLEVEL2, " %s: Reason = %d\n", fn, *reason);
         rc = *reason;
@@ -52,6 +57,18 @@ int abortAfterFailedDelete(uint32_t handle, int deleteRc) {
     utReportApiError(handle, rc, true);
     TRACE(TR_ORCLEVEL0, " %s: RVKENDTXN failed rc = %d\n\n", fn, rc);
     return rc;
+}
+
+// A signal that arrived while the transaction was open ends the run here,
+// between two server calls: the transaction is aborted first, so the server
+// keeps every object of it.
+void leaveIfSignalled(uint32_t handle) {
+    int signo = utPendingSignal();
+    if (signo == 0) return;
+    uint16_t reason = 0;
+    int rc = endTxn(handle, RVK_VOTE_ABORT, &reason);
+    TRACE(TR_ORCLEVEL0, " %s: Exit - signal %d, transaction aborted, rc = %d\n\n", fn, signo, rc);
+    utExitOnSignal(signo);
 }
 
 }  // namespace
@@ -81,6 +98,7 @@ int16_t utDeleteFiles(SyncList* syncList, AgentContext* context) {
         next = syncList->getNext(entry);
         OrphanRecord& record = entry->element;
         if (record.picked == 0) continue;
+        leaveIfSignalled(handle);
 
         if (inTxn == maxObjPerTxn) {
             rc = endTxn(handle, RVK_VOTE_COMMIT, &reason);
@@ -104,11 +122,13 @@ int16_t utDeleteFiles(SyncList* syncList, AgentContext* context) {
         TRACE(TR_ORCLEVEL0, " %s: Calling RVKDELETEOBJ(). rvkHandle = %d\n", fn, handle);
         rc = gRvkApiObjP->drvkDeleteObj(RvkApiStatusObjP, handle, RVK_DEL_BACKUP_ID, delInfo);
         if (rc != 0) return static_cast<int16_t>(abortAfterFailedDelete(handle, rc));
-        TRACE(TR_ORCLEVEL2, " %s: Deleted file '%s' from Vlt Server\n", fn, record.name);
+        TRACE(TR_ORCLEVEL2, " %s: Deleted file '%s' from Vlt Server\n", fn,
+              utVisibleText(record.name).c_str());
         syncList->remove(entry);
         ++inTxn;
     }
 
+    leaveIfSignalled(handle);
     rc = endTxn(handle, RVK_VOTE_COMMIT, &reason);
     if (rc == 0 && reason == 0) {
         TRACE(TR_ORCLEVEL1, " %s: Exit - OK\n\n", fn);

@@ -7,13 +7,16 @@
 
 #include "common/nls/nls.h"
 #include "common/ut/trace.h"
+#include "sync/sigcleanup.h"
 #include "sync/strtoken.h"
 
 namespace {
 
 void finish(FILE* spool, const char* spoolPath) {
     fclose(spool);
-    if (!TR_ORCLEVEL2) unlink(spoolPath);
+    if (TR_ORCLEVEL2) return;
+    unlink(spoolPath);
+    utForgetFile(spoolPath);
 }
 
 }  // namespace

@@ -23,6 +23,7 @@
 #include "sync/getpicklist.h"
 #include "sync/loadbtree.h"
 #include "sync/picklist.h"
+#include "sync/sigcleanup.h"
 #include "sync/tempfiles.h"
 
 namespace {
@@ -196,6 +197,9 @@ int16_t pickAndDelete(SyncList* syncList, AgentContext* context, BTree* index) {
 
 int16_t zeboSyncVltToRman(AgentContext* context, ZeboCmdOptions* options) {
     TRACE(TR_ORCLEVEL1, " %s: Enter\n", fn);
+    // From here on SIGINT, SIGTERM and SIGHUP remove the temporary files,
+    // abort an open transaction and end the run (sigcleanup.h).
+    utInstallSignalCleanup();
     // Both lists release their nodes when they go out of scope, on every
     // return.
     CatalogList catalogs;

@@ -18,7 +18,7 @@ const std::set<unsigned> kProgramMessages = {
     2,    3,    4,    100,  102,  103,  104,  105,  131,  156,  201,  371,  475,
     476,  2519, 2522, 2525, 2529, 2530, 2531, 2533, 2534, 2540, 2541, 2542, 2543,
     2544, 2552, 2553, 2575, 2576, 2580, 2581, 2586, 2587, 2590, 2591, 2592, 2594,
-    2595, 2596, 2597, 2598, 2599, 2603, 2615, 2616, 2622, 2623};
+    2595, 2596, 2597, 2598, 2599, 2603, 2615, 2616, 2622, 2623, 2660};
 // Prompts: the answer is typed on the same line.
 const std::set<unsigned> kPrompts = {371, 2540, 2541, 2542, 2543, 2544, 2598};
 // Texts that the pick list cuts to the screen and shows through message 2.
