@@ -95,6 +95,14 @@ pid_t firstChild(pid_t pid) {
     return text.empty() ? 0 : static_cast<pid_t>(atol(text.c_str()));
 }
 
+// Whether the process is gone or only waits to be reaped (by whoever
+// inherited it).
+bool ended(pid_t pid) {
+    std::string stat = zebotest::readFile("/proc/" + std::to_string(pid) + "/stat");
+    size_t paren = stat.rfind(')');
+    return paren == std::string::npos || stat.compare(paren + 1, 3, " Z ") == 0;
+}
+
 TEST_F(SecurityRunTest, TemporaryDirectoryNamesAreNeverCommands) {
     for (std::string name : {"a;touch PWNED;b", "a b"}) {
         syncrun::Scratch scratch(3, {1}, 10);
@@ -131,7 +139,29 @@ TEST_F(SecurityRunTest, SignalsDuringTheCatalogQueryLeaveNothingBehind) {
         ASSERT_TRUE(WIFEXITED(status)) << status;
         EXPECT_EQ(128 + signo, WEXITSTATUS(status));
         EXPECT_TRUE(entries(tmp).empty()) << entries(tmp).front();
-        EXPECT_TRUE(eventually([&] { return kill(sqlplus, 0) != 0; })) << "SQL*Plus goes on";
+        EXPECT_TRUE(eventually([&] { return ended(sqlplus); })) << "SQL*Plus goes on";
+    }
+}
+
+TEST_F(SecurityRunTest, SignalsAtThePickListEndTheRunWithTheirStatus) {
+    for (int signo : {SIGINT, SIGTERM, SIGHUP}) {
+        SCOPED_TRACE("signal " + std::to_string(signo));
+        syncrun::Scratch scratch(2, {}, 10);
+        scratch.traceFlags("ORCLEVEL0 ORCLEVEL1");
+        std::string tmp = scratch.folder() + "/tmp";
+        ASSERT_EQ(0, mkdir(tmp.c_str(), 0700));
+        std::string out = scratch.folder() + "/out";
+        Background run(scratch.command("TMPDIR=" + shellQuoted(tmp), true),
+                       syncrun::Scratch::catalogAnswers(), out);
+        ASSERT_TRUE(eventually([&] {
+            return zebotest::readFile(out).find("Command: ") != std::string::npos;
+        })) << zebotest::readFile(out);
+        kill(run.pid, signo);
+        int status = run.wait(10);
+        ASSERT_TRUE(WIFEXITED(status)) << status;
+        EXPECT_EQ(128 + signo, WEXITSTATUS(status));
+        EXPECT_TRUE(entries(tmp).empty()) << entries(tmp).front();
+        EXPECT_EQ("1 2", scratch.onServer());
     }
 }
 
