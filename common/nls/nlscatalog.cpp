@@ -130,7 +130,7 @@ NLSMsg* nlReadMessage(nlsObject_t* obj, unsigned number) {
 
     NLSMsg* msg = nullptr;
     nlDecodeStatus status = nlDecodeCatalogText(number, text, &msg);
-    if (status == NL_DECODE_OK && !nlSignatureAccepted(msg)) {
+    if (status == NL_DECODE_OK && !nlSignatureAccepted(cat, msg)) {
         // Formatting it would read arguments that the caller never passed.
         TRACE(TR_NLS, "Message %u does not take the program's arguments\n", number);
         free(msg);

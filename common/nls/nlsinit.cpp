@@ -69,7 +69,6 @@ int openRepositories(nlsObject_t* obj, const char* msgFile, const char* installD
     const char* englishFile = kDefaultRepository;
     if (applicationType >= NL_APP_AGENT_ENTRY && applicationType <= NL_APP_AGENT_OTHER && msgFile)
         englishFile = reposFile && *reposFile ? reposFile : msgFile;
-    nlSelectSignatures(englishFile);
     if (openCat(installDir, "en_US", englishFile, &obj->englishCat) != 0) {
         keepName(&obj->englishFile, nlLastCatalogPath);
         nlSetPending(obj, NL_SEV_E, 0, "QES0101E Unable to open English message repository '%s'.\n",
@@ -77,12 +76,14 @@ int openRepositories(nlsObject_t* obj, const char* msgFile, const char* installD
         return NL_RC_INIT_FAILED;
     }
     keepName(&obj->englishFile, nlLastCatalogPath);
+    nlBindSignatures(obj->englishCat, englishFile);
     if (!msgFile) return 0;
 
     if (rvkLocale[0]) {
         snprintf(Language, sizeof Language, "%s", rvkLocale);
         if (openCat(installDir, rvkLocale, msgFile, &obj->userCat) == 0) {
             keepName(&obj->userFile, nlLastCatalogPath);
+            nlBindSignatures(obj->userCat, msgFile);
             return 0;
         }
     } else {
@@ -95,6 +96,7 @@ int openRepositories(nlsObject_t* obj, const char* msgFile, const char* installD
         snprintf(Language, sizeof Language, "%s", rvkLocale);
         if (openCat(installDir, rvkLocale, msgFile, &obj->userCat) == 0) {
             keepName(&obj->userFile, nlLastCatalogPath);
+            nlBindSignatures(obj->userCat, msgFile);
             return 0;
         }
     }

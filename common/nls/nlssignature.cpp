@@ -16,8 +16,32 @@ const nlSignature kClientSignatures[] = {
 #include "rvkclientV3_signatures.inc"
 };
 
-const nlSignature* activeTable = nullptr;
-size_t activeCount = 0;
+struct Table {
+    const nlSignature* rows;
+    size_t count;
+};
+
+// The program's table of a repository file, by its name.
+Table builtinTable(const char* file) {
+    const char* base = file ? strrchr(file, '/') : nullptr;
+    base = base ? base + 1 : file ? file : "";
+    if (strcmp(base, "zebo.cat") == 0)
+        return {kZeboSignatures, sizeof kZeboSignatures / sizeof kZeboSignatures[0]};
+    if (strcmp(base, "rvkclientV3.cat") == 0)
+        return {kClientSignatures, sizeof kClientSignatures / sizeof kClientSignatures[0]};
+    return {nullptr, 0};
+}
+
+// The open catalogs (English and user language, at most a few) and their
+// tables.
+struct Binding {
+    nl_catd cat;
+    Table table;
+};
+Binding bindings[4];
+size_t bound = 0;
+Table override = {nullptr, 0};
+bool overridden = false;
 
 // The letter for one conversion of a printf text, or 0 when the repository
 // does not format it. `length` is the length modifier ("", "h", "l", ...).
@@ -106,27 +130,45 @@ bool nlMessageSignature(const NLSMsg* msg, std::string* sig) {
     return true;
 }
 
-void nlSelectSignatures(const char* repositoryFile) {
-    const char* base = repositoryFile ? strrchr(repositoryFile, '/') : nullptr;
-    base = base ? base + 1 : repositoryFile ? repositoryFile : "";
-    if (strcmp(base, "zebo.cat") == 0)
-        nlSetSignatures(kZeboSignatures, sizeof kZeboSignatures / sizeof kZeboSignatures[0]);
-    else if (strcmp(base, "rvkclientV3.cat") == 0)
-        nlSetSignatures(kClientSignatures, sizeof kClientSignatures / sizeof kClientSignatures[0]);
-    else
-        nlSetSignatures(nullptr, 0);
+void nlBindSignatures(nl_catd cat, const char* file) {
+    Table table = builtinTable(file);
+    for (size_t i = 0; i < bound; ++i) {
+        if (bindings[i].cat == cat) {
+            bindings[i].table = table;
+            return;
+        }
+    }
+    // Handles of closed catalogs are reused by the next opening; the oldest
+    // binding makes way when every place is taken.
+    if (bound == sizeof bindings / sizeof bindings[0]) {
+        for (size_t i = 1; i < bound; ++i) bindings[i - 1] = bindings[i];
+        --bound;
+    }
+    bindings[bound++] = {cat, table};
 }
 
 void nlSetSignatures(const nlSignature* table, size_t count) {
-    activeTable = table;
-    activeCount = table ? count : 0;
+    override = {table, table ? count : 0};
+    overridden = table != nullptr;
 }
 
-bool nlSignatureAccepted(const NLSMsg* msg) {
+void nlSelectSignatures(const char* file) {
+    override = builtinTable(file);
+    overridden = true;
+}
+
+bool nlSignatureAccepted(nl_catd cat, const NLSMsg* msg) {
     std::string sig;
     if (!nlMessageSignature(msg, &sig)) return false;
-    if (activeTable == nullptr) return true;
-    for (size_t i = 0; i < activeCount; ++i)
-        if (activeTable[i].number == msg->number) return sig == activeTable[i].args;
+    Table table = {nullptr, 0};
+    if (overridden) {
+        table = override;
+    } else {
+        for (size_t i = 0; i < bound; ++i)
+            if (bindings[i].cat == cat) table = bindings[i].table;
+    }
+    if (table.rows == nullptr) return true;
+    for (size_t i = 0; i < table.count; ++i)
+        if (table.rows[i].number == msg->number) return sig == table.rows[i].args;
     return sig.empty();
 }

@@ -14,11 +14,12 @@
 // English source is where each message's arguments are declared (see
 // tools/mkcat/catsource.h).
 //
-// Thread safety: the table is chosen once at start-up (nlInit); checks only
-// read it.
+// Thread safety: tables are bound while the catalogs are opened (nlInit,
+// under nls_mutex); checks only read them.
 #ifndef ZEBO_COMMON_NLS_NLSSIGNATURE_H
 #define ZEBO_COMMON_NLS_NLSSIGNATURE_H
 
+#include <nl_types.h>
 #include <stddef.h>
 
 #include <string>
@@ -35,17 +36,20 @@ struct nlSignature {
 // (%n, a positional insert in a printf text, an unknown letter).
 bool nlMessageSignature(const NLSMsg* msg, std::string* sig);
 
-// Chooses the table for a repository file by its name ("zebo.cat",
-// "rvkclientV3.cat"); another name has no table.
-void nlSelectSignatures(const char* repositoryFile);
+// Binds the catalog `cat`, opened from the repository file `file`, to the
+// program's table for that file by its name ("zebo.cat", "rvkclientV3.cat");
+// a catalog of another name has no table.
+void nlBindSignatures(nl_catd cat, const char* file);
 
-// Installs a table of `count` rows (null: none); for tests of catalogs that
-// the program does not carry.
+// For tests: one table for every catalog, `count` rows (null: the bound
+// tables again); nlSelectSignatures takes the program's table of a file.
 void nlSetSignatures(const nlSignature* table, size_t count);
+void nlSelectSignatures(const char* file);
 
-// Whether `msg` may be used. With a table: its signature equals the table's
-// row, and a message that the table lacks has no arguments at all. Without a
-// table: every conversion is one that the repository formats.
-bool nlSignatureAccepted(const NLSMsg* msg);
+// Whether `msg`, read from `cat`, may be used. With a table: its signature
+// equals the table's row, and a message that the table lacks has no
+// arguments at all. Without a table: every conversion is one that the
+// repository formats.
+bool nlSignatureAccepted(nl_catd cat, const NLSMsg* msg);
 
 #endif
