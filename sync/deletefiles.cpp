@@ -60,14 +60,14 @@ int abortAfterFailedDelete(uint32_t handle, int deleteRc) {
 }
 
 // A signal that arrived while the transaction was open ends the run here,
-// between two server calls: the transaction is aborted first, so the server
-// keeps every object of it.
+// between two server calls: the transaction is aborted, so the server keeps
+// every object of it, and its end ends the run (sigcleanup.h).
 void leaveIfSignalled(uint32_t handle) {
     int signo = utPendingSignal();
     if (signo == 0) return;
+    TRACE(TR_ORCLEVEL0, " %s: Exit - signal %d, aborting the transaction\n\n", fn, signo);
     uint16_t reason = 0;
-    int rc = endTxn(handle, RVK_VOTE_ABORT, &reason);
-    TRACE(TR_ORCLEVEL0, " %s: Exit - signal %d, transaction aborted, rc = %d\n\n", fn, signo, rc);
+    endTxn(handle, RVK_VOTE_ABORT, &reason);
     utExitOnSignal(signo);
 }
 

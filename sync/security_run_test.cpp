@@ -202,7 +202,7 @@ TEST_F(SecurityRunTest, ASignalDuringDeletionAbortsTheOpenTransaction) {
 
     ASSERT_TRUE(WIFEXITED(status)) << status;
     EXPECT_EQ(128 + SIGTERM, WEXITSTATUS(status));
-    EXPECT_NE(std::string::npos, seen.find("transaction aborted"))
+    EXPECT_NE(std::string::npos, seen.find("aborting the transaction"))
         << seen.substr(seen.size() - 500);
     // Nothing of the open transaction was committed.
     std::string onServer = scratch.onServer();

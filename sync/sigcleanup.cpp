@@ -86,6 +86,7 @@ void utEnterTransaction() {
 
 void utLeaveTransaction() {
     if (transactionDepth > 0) --transactionDepth;
+    if (transactionDepth == 0 && pendingSignal != 0) utExitOnSignal(pendingSignal);
 }
 
 int utPendingSignal() {

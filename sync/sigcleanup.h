@@ -37,7 +37,9 @@ void utForgetFile(const char* path);
 // The process a signal must end (SIGTERM), or 0 for none.
 void utTrackChild(pid_t child);
 
-// Marks an open server transaction (see above); calls nest.
+// Marks an open server transaction (see above); calls nest. Leaving the
+// last one after a signal was noted ends the run (utExitOnSignal): the
+// transaction is over, committed or aborted, and nothing else is begun.
 void utEnterTransaction();
 void utLeaveTransaction();
 // The signal that arrived while a transaction was open, or 0.
