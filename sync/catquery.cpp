@@ -13,22 +13,20 @@
 #include "common/unx/nlsfmt.h"
 #include "common/ut/testflags.h"
 #include "common/ut/trace.h"
+#include "sync/sigcleanup.h"
+#include "sync/sqlplusrun.h"
 #include "sync/tempfiles.h"
+#include "sync/visible.h"
 
 namespace {
-
-int runThroughShell(const char* command) {
-    fflush(stdout);  // what was shown so far comes before the command's output
-    return system(command);
-}
 
 // The script, line for line. "spool off" stands after "quit" and is never
 // reached; kept deliberately as the script has always been written, since
 // quitting closes the spool file anyway.
-std::string buildScript(const CatalogConnection* c, const char* spoolPath, const char* from,
+std::string buildScript(const CatalogConnection* c, const std::string& spoolPath, const char* from,
                         const char* to) {
     std::string s;
-    s.reserve(512 + strlen(c->user) + strlen(c->password) + strlen(c->connect) + strlen(spoolPath));
+    s.reserve(512 + strlen(c->user) + strlen(c->password) + strlen(c->connect) + spoolPath.size());
     // No quoting: SQL*Plus takes the logon line as the administrator typed it.
     s.append(c->user).append("/").append(c->password).append("@").append(c->connect);
     s.append("\nspool ").append(spoolPath);
@@ -55,9 +53,33 @@ int16_t cannotCreate(const char* fn, const char* path) {
     return CATQ_SCRIPT_FAILED;
 }
 
-}  // namespace
+// A directory whose name no script line can carry is refused by name.
+int16_t unusableDirectory(const char* fn, const char* spoolPath) {
+    std::string dir(spoolPath);
+    dir.erase(dir.rfind('/') == std::string::npos ? 0 : dir.rfind('/'));
+    nlMsg(131);
+    nlMsg(CATQ_BAD_TEMP_DIR, utVisibleText(dir.c_str()).c_str());
+    nlMsg(131);
+    TRACE(TR_ORCLEVEL0, " %s: Exit - unusable temporary directory\n\n", fn);
+    return CATQ_SCRIPT_FAILED;
+}
 
-ZeboRunCommandFn zeboRunCommand = runThroughShell;
+// Removes a file of the query unless ORCLEVEL2 keeps it for diagnosis.
+void removeUnlessKept(const char* path) {
+    if (TR_ORCLEVEL2) return;
+    unlink(path);
+    utForgetFile(path);
+}
+
+// Creates a file of the query exclusively and privately; a signal removes
+// it from then on, unless ORCLEVEL2 keeps it.
+FILE* createTracked(const char* path) {
+    FILE* file = utCreatePrivateFile(path);
+    if (file != nullptr && !TR_ORCLEVEL2) utTrackFile(path);
+    return file;
+}
+
+}  // namespace
 
 int16_t zeboQueryCatalog(const CatalogConnection* connection, const char* scriptPath,
                          const char* spoolPath, const nlDateTime* fromDate,
@@ -70,42 +92,50 @@ int16_t zeboQueryCatalog(const CatalogConnection* connection, const char* script
     snprintf(from, sizeof from, "%d/%d/%d", fromDate->month, fromDate->day, fromDate->year);
     snprintf(to, sizeof to, "%d/%d/%d", toDate->month, toDate->day, toDate->year);
 
+    std::string spoolArgument;
+    if (!utSpoolArgument(spoolPath, &spoolArgument)) return unusableDirectory(fn, spoolPath);
     // Sized to the answers rather than fixed: a script cut short would lose
     // its "quit" and leave SQL*Plus waiting for input from the terminal.
-    std::string script = buildScript(connection, spoolPath, from, to);
+    std::string script = buildScript(connection, spoolArgument, from, to);
     TRACE(TR_ORCLEVEL2, " %s: Both fromDate and toDate specified, sqlCommand is:\n%s\n", fn,
           script.c_str());
 
-    FILE* file = utCreatePrivateFile(scriptPath);
+    FILE* file = createTracked(scriptPath);
     if (file == nullptr) return cannotCreate(fn, scriptPath);
     bool written = fputs(script.c_str(), file) >= 0;
     if (fclose(file) != 0) written = false;
     if (!written) {
         unlink(scriptPath);
+        utForgetFile(scriptPath);
         return cannotCreate(fn, scriptPath);
     }
 
-    char command[CATQ_COMMAND_SIZE];
-    int length = snprintf(command, sizeof command, "sqlplus -L @%s", scriptPath);
+    // The spool exists before SQL*Plus starts, so that nobody else decides
+    // what the file at that name is.
+    FILE* spool = createTracked(spoolPath);
+    if (spool == nullptr) {
+        removeUnlessKept(scriptPath);
+        return cannotCreate(fn, spoolPath);
+    }
+    fclose(spool);
 
     if (TEST_SYNCDBNORMAN.set) {
         // Without SQL*Plus the catalog lists nothing; the script stays for
         // inspection.
-        FILE* spool = utCreatePrivateFile(spoolPath);
-        if (spool == nullptr) return cannotCreate(fn, spoolPath);
-        fclose(spool);
+        utForgetFile(scriptPath);
         TRACE(TR_ORCLEVEL1, " %s: Exit - OK\n\n", fn);
         return 0;
     }
 
-    // A path too long for the command would run SQL*Plus on another file.
-    int status = length < static_cast<int>(sizeof command) ? zeboRunCommand(command) : -1;
-    if (!TR_ORCLEVEL2) unlink(scriptPath);
+    std::string command;
+    int status = utRunSqlPlus(scriptPath, &command);
+    removeUnlessKept(scriptPath);
     if (static_cast<uint16_t>(status) != 0) {
+        removeUnlessKept(spoolPath);
         nlMsg(131);
         nlMsg(CATQ_SQLPLUS_FAILED);
         nlMsg(131);
-        TRACE(TR_ORCLEVEL0, " %s: Exit - SQLPLUS command '%s' failed\n\n", fn, command);
+        TRACE(TR_ORCLEVEL0, " %s: Exit - SQLPLUS command '%s' failed\n\n", fn, command.c_str());
         return CATQ_SQLPLUS_FAILED;
     }
     TRACE(TR_ORCLEVEL1, " %s: Exit - OK\n\n", fn);

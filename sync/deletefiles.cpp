@@ -15,6 +15,8 @@
 #include "sync/answer.h"
 #include "sync/apireport.h"
 #include "sync/deletepass.h"
+#include "sync/sigcleanup.h"
+#include "sync/visible.h"
 
 namespace {
 
@@ -24,7 +26,9 @@ const char* const fn = "utDeleteFiles()";
 
 int beginTxn(uint32_t handle) {
     TRACE(TR_ORCLEVEL2, " %s: Calling RVKBEGINTXN(). rvkHandle = %d\n", fn, handle);
-    return gRvkApiObjP->drvkBeginTxn(RvkApiStatusObjP, handle);
+    int rc = gRvkApiObjP->drvkBeginTxn(RvkApiStatusObjP, handle);
+    if (rc == 0) utEnterTransaction();
+    return rc;
 }
 
 // Ends the transaction. A failed end (2302) is reported as its reason code.
@@ -32,6 +36,7 @@ int endTxn(uint32_t handle, uint8_t vote, uint16_t* reason) {
     *reason = 0;
     TRACE(TR_ORCLEVEL2, " %s: Calling RVKENDTXN(). rvkHandle = %d\n", fn, handle);
     int rc = gRvkApiObjP->drvkEndTxn(RvkApiStatusObjP, handle, vote, reason);
+    utLeaveTransaction();
     if (rc == RVK_RC_CHECK_REASON_CODE) {
         TRACE(TR_ORCLEVEL2, " %s: Reason = %d\n", fn, *reason);
         rc = *reason;
@@ -55,6 +60,18 @@ int abortAfterFailedDelete(uint32_t handle, int deleteRc) {
     return rc;
 }
 
+// A signal that arrived while the transaction was open ends the run here,
+// between two server calls: the transaction is aborted, so the server keeps
+// every object of it, and its end ends the run (sigcleanup.h).
+void leaveIfSignalled(uint32_t handle) {
+    int signo = utPendingSignal();
+    if (signo == 0) return;
+    TRACE(TR_ORCLEVEL0, " %s: Exit - signal %d, aborting the transaction\n\n", fn, signo);
+    uint16_t reason = 0;
+    endTxn(handle, RVK_VOTE_ABORT, &reason);
+    utExitOnSignal(signo);
+}
+
 // The pass after the administrator said yes; every transaction it ends is
 // recorded in `pass`.
 int16_t deleteMarked(SyncList* syncList, AgentContext* context, UtDeletePass* pass) {
@@ -76,6 +93,7 @@ int16_t deleteMarked(SyncList* syncList, AgentContext* context, UtDeletePass* pa
         OrphanRecord& record = entry->element;
         if (record.picked == 0) continue;
         const size_t place = picked++;
+        leaveIfSignalled(handle);
 
         if (inTxn == maxObjPerTxn) {
             rc = endTxn(handle, RVK_VOTE_COMMIT, &reason);
@@ -106,11 +124,13 @@ int16_t deleteMarked(SyncList* syncList, AgentContext* context, UtDeletePass* pa
             return static_cast<int16_t>(rc);
         }
         pass->entries[place].outcome = DEL_PENDING;
-        TRACE(TR_ORCLEVEL2, " %s: Deleted file '%s' from Vlt Server\n", fn, record.name);
+        TRACE(TR_ORCLEVEL2, " %s: Deleted file '%s' from Vlt Server\n", fn,
+              utVisibleText(record.name).c_str());
         syncList->remove(entry);
         ++inTxn;
     }
 
+    leaveIfSignalled(handle);
     rc = endTxn(handle, RVK_VOTE_COMMIT, &reason);
     pass->endTransaction(rc == 0 && reason == 0, pass->entries.size());
     if (rc == 0 && reason == 0) {

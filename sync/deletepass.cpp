@@ -4,6 +4,7 @@
 #include "common/nls/nls.h"
 #include "common/unx/nlsfmt.h"
 #include "common/ut/trace.h"
+#include "sync/visible.h"
 
 namespace {
 
@@ -49,7 +50,7 @@ void UtDeletePass::endTransaction(bool committed, size_t upTo) {
         ++done;
         if (!committed)
             TRACE(TR_ORCLEVEL0, " %s: Rolled back: '%s' is still on the VLT Server\n", fn,
-                  entries[i].object.name.c_str());
+                  utVisibleText(entries[i].object.name.c_str()).c_str());
     }
     if (committed)
         TRACE(TR_ORCLEVEL0, " %s: Transaction committed: %lu deletions\n", fn,

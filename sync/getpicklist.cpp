@@ -13,6 +13,7 @@
 #include "sync/apireport.h"
 #include "sync/progress.h"
 #include "sync/tempfiles.h"
+#include "sync/visible.h"
 
 namespace {
 
@@ -171,7 +172,7 @@ int16_t utGetPickList(const nlDateTime* fromDate, const nlDateTime* toDate, Agen
 
         if (filter) {
             if (insertedBefore(obj.insDate, *fromDate)) continue;
-            TRACE(TR_ORCLEVEL2, " %s: Found '%s' on VLT Server\n", fn, name);
+            TRACE(TR_ORCLEVEL2, " %s: Found '%s' on VLT Server\n", fn, utVisibleText(name).c_str());
             if (listing != nullptr) fprintf(listing, "%s\n", name);
         }
         ++looked;
@@ -182,11 +183,11 @@ int16_t utGetPickList(const nlDateTime* fromDate, const nlDateTime* toDate, Agen
         if (filter)
             TRACE(TR_ORCLEVEL2,
                   " %s: '%s' exists on VLT Server but not in Oracle Recovery Catalog\n", fn,
-                  rec.name);
+                  utVisibleText(rec.name).c_str());
         else
             TRACE(TR_ORCLEVEL2,
                   " %s: '%s' exists on VLT Server  but not in Oracle Recovery Catalog\n", fn,
-                  rec.name);
+                  utVisibleText(rec.name).c_str());
         int added = syncList->addTail(rec);
         if (added != 0) {
             progress.end();

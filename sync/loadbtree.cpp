@@ -11,6 +11,7 @@
 #include "common/nls/nls.h"
 #include "common/ut/trace.h"
 #include "sync/progress.h"
+#include "sync/sigcleanup.h"
 #include "sync/strtoken.h"
 #include "sync/wrappedhandle.h"
 
@@ -30,7 +31,9 @@ bool feedbackLine(const char* line) {
 
 void finish(FILE* spool, const char* spoolPath) {
     fclose(spool);
-    if (!TR_ORCLEVEL2) unlink(spoolPath);
+    if (TR_ORCLEVEL2) return;
+    unlink(spoolPath);
+    utForgetFile(spoolPath);
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 
 #include "common/nls/nls.h"
 #include "common/ut/trace.h"
+#include "sync/visible.h"
 
 namespace {
 
@@ -18,29 +19,6 @@ std::string isoTime(const UtObjectFacts& o) {
     snprintf(text, sizeof text, "%04u-%02u-%02uT%02u:%02u:%02u", o.year, o.month, o.day, o.hour,
              o.minute, o.second);
     return text;
-}
-
-std::string tsvField(const std::string& text) {
-    std::string out;
-    for (char c : text) {
-        switch (c) {
-            case '\\':
-                out += "\\\\";
-                break;
-            case '\t':
-                out += "\\t";
-                break;
-            case '\n':
-                out += "\\n";
-                break;
-            case '\r':
-                out += "\\r";
-                break;
-            default:
-                out += c;
-        }
-    }
-    return out;
 }
 
 std::string jsonString(const std::string& text) {
@@ -70,7 +48,7 @@ std::string jsonString(const std::string& text) {
 std::string tsvLine(const char* kind, const std::string& pass, const std::string& outcome,
                     const UtObjectFacts& o) {
     return std::string(kind) + "\t" + pass + "\t" + outcome + "\t" + std::to_string(o.id) + "\t" +
-           isoTime(o) + "\t" + std::to_string(o.size) + "\t" + tsvField(reportName(o.name)) + "\n";
+           isoTime(o) + "\t" + std::to_string(o.size) + "\t" + reportName(o.name) + "\n";
 }
 
 std::string jsonObject(const UtObjectFacts& o, const char* outcome) {
@@ -101,7 +79,7 @@ int makeBeside(const std::string& path, std::string* made) {
 }  // namespace
 
 std::string reportName(const std::string& name) {
-    return name;
+    return utVisibleText(name.c_str());
 }
 
 UtReport::UtReport(const std::string& path) : path_(path) {

@@ -33,8 +33,10 @@
 
 enum { REPORT_CANNOT_WRITE = 2638 };  // message and code: the report cannot be written
 
-// Every object name written to the report passes through here: the one
-// place to change how names are shown.
+// Every object name written to the report passes through here. Names are
+// shown as in the pick list and the trace (control characters and the
+// backslash escaped, visible.h), which also keeps a TSV name on one field
+// of one line.
 std::string reportName(const std::string& name);
 
 class UtReport {

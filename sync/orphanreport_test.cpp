@@ -60,7 +60,7 @@ TEST_F(ReportTest, TabSeparatedAndJsonHoldTheSameRecords) {
     ASSERT_EQ(7u, lines.size());
     EXPECT_EQ("kind\tpass\toutcome\tobject_id\tinserted\tsize\tname", lines[0]);
     EXPECT_EQ("orphan\t\t\t" + id + "\t2024-03-07T09:05:01\t" + size +
-                  "\t/fs/db/tab\\there\\nnew\\\\back\"q\x01",
+                  "\t/fs/db/tab\\x09here\\x0anew\\\\back\"q\\x01",
               lines[2]);
     EXPECT_EQ(0u, lines[4].find("deletion\t1\tcommitted\t"));
     EXPECT_EQ(0u, lines[5].find("deletion\t1\trolled back\t" + id + "\t"));
@@ -79,7 +79,7 @@ TEST_F(ReportTest, TabSeparatedAndJsonHoldTheSameRecords) {
     EXPECT_NE(std::string::npos,
               text.find("{\"object_id\": " + id + ", \"inserted\": \"2024-03-07T09:05:01\", " +
                         "\"size\": " + size +
-                        ", \"name\": \"/fs/db/tab\\there\\nnew\\\\back\\\"q\\u0001\"}"))
+                        ", \"name\": \"/fs/db/tab\\\\x09here\\\\x0anew\\\\\\\\back\\\"q\\\\x01\"}"))
         << text;
     EXPECT_NE(std::string::npos, text.find("\"outcome\": \"rolled back\"}")) << text;
     // The lists of orphans, of passes and of the one pass's entries.

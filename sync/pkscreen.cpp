@@ -9,6 +9,7 @@
 #include "common/unx/nlsfmt.h"
 #include "common/ut/trace.h"
 #include "sync/compactsize.h"
+#include "sync/visible.h"
 
 namespace {
 
@@ -93,7 +94,8 @@ int pkFormatEntry(PkCursor* cursor, int32_t number, std::string* text) {
     // the total before the deletion question.
     uint64_t size = (static_cast<uint64_t>(record.sizeHi) << 32) | record.sizeLo;
     std::string sizeText = utCompactSize(size);
-    std::string name = fieldText(record.name, sizeof record.name).substr(0, PK_ENTRY_NAME_MAX);
+    std::string raw = fieldText(record.name, sizeof record.name).substr(0, PK_ENTRY_NAME_MAX);
+    std::string name = utVisibleText(raw.c_str());
 
     TRACE(TR_ORCLEVEL2, " %s: ObjectName = '%s'\n", fn, name.c_str());
     if (record.picked)
@@ -130,8 +132,8 @@ std::string pkRuler(int32_t offset, int32_t width) {
 void pkDrawPage(PkModel* model, int rows, int cols, std::vector<std::string>* lines) {
     lines->clear();
     const OrphanRecord& first = model->list->head()->element;
-    std::string node = fieldText(first.id, sizeof first.id);
-    std::string owner = fieldText(first.owner, sizeof first.owner);
+    std::string node = utVisibleText(fieldText(first.id, sizeof first.id).c_str());
+    std::string owner = utVisibleText(fieldText(first.owner, sizeof first.owner).c_str());
     auto addLine = [&](const std::string& text) { lines->push_back(pkFit(text.c_str(), 0, cols)); };
 
     addLine(takeText(nlFormatText(MSG_TITLE)));

@@ -26,6 +26,7 @@
 #include "sync/orphanreport.h"
 #include "sync/picklist.h"
 #include "sync/plausibility.h"
+#include "sync/sigcleanup.h"
 #include "sync/spoolerrors.h"
 #include "sync/tempfiles.h"
 
@@ -215,6 +216,9 @@ int16_t pickAndDelete(SyncList* syncList, AgentContext* context, BTree* index, U
 
 int16_t zeboSyncVltToRman(AgentContext* context, ZeboCmdOptions* options) {
     TRACE(TR_ORCLEVEL1, " %s: Enter\n", fn);
+    // From here on SIGINT, SIGTERM and SIGHUP remove the temporary files,
+    // abort an open transaction and end the run (sigcleanup.h).
+    utInstallSignalCleanup();
     // Both lists release their nodes when they go out of scope, on every
     // return.
     CatalogList catalogs;

@@ -81,12 +81,32 @@ bool Scratch::programsBuilt() {
     return true;
 }
 
-std::string Scratch::command(const std::string& environment) const {
+std::string Scratch::command(const std::string& environment, bool exec) const {
     // The trace keeps the SQL*Plus scripts (ORCLEVEL2), and they hold the
     // catalog password: keep them in the scratch folder, not in /tmp.
-    return install_.shellPrefix() + "SQLPLUS_SIM_DIR=" + shellQuoted(install_.path("")) +
+    return install_.shellPrefix() + (exec ? "exec env " : "") +
+           "SQLPLUS_SIM_DIR=" + shellQuoted(install_.path("")) +
            " TMPDIR=" + shellQuoted(install_.path("")) + " " + environment +
            " zebosync syncdb -ZEBO_OPTfile=" + shellQuoted(install_.zeboOpt());
+}
+
+void Scratch::load(const std::string& objects, const std::string& pieces) const {
+    zebotest::RunResult r = zebotest::run(
+        zebotest::binDir() + "/vltadm -c " + shellQuoted(install_.rvkOpt()) + " load NODE1",
+        objects);
+    EXPECT_EQ(0, r.status) << r.err;
+    r = zebotest::run(
+        "SQLPLUS_SIM_DIR=" + shellQuoted(install_.path("")) + " sqlplus --sim-load CAT1", pieces);
+    EXPECT_EQ(0, r.status) << r.err;
+}
+
+void Scratch::traceFlags(const std::string& flags) const {
+    install_.writeZeboOpt("ZEBO_TRACE_FILE " + install_.path("trace.out") + "\nZEBO_TRACE_FLAGS " +
+                          flags + "\n");
+}
+
+std::string Scratch::folder() const {
+    return install_.path("");
 }
 
 std::string Scratch::catalogAnswers() {

@@ -28,8 +28,17 @@ class Scratch {
     static bool programsBuilt();
 
     // A shell command that runs "zebosync syncdb" in the scratch folder,
-    // with `environment` ("NAME=value ...") added.
-    std::string command(const std::string& environment = "") const;
+    // with `environment` ("NAME=value ...") added. With `exec` the shell
+    // becomes zebosync, so that a signal sent to the shell's process reaches
+    // the program.
+    std::string command(const std::string& environment = "", bool exec = false) const;
+
+    // Adds objects to the server ("fs<TAB>hl<TAB>ll<TAB>date<TAB>size" lines)
+    // and pieces to the catalog ("handle<TAB>date" lines).
+    void load(const std::string& objects, const std::string& pieces) const;
+    // Rewrites zebo.opt with these trace flags (the trace file stays).
+    void traceFlags(const std::string& flags) const;
+    std::string folder() const;  // the scratch folder
 
     // The answers to the catalog and date prompts, before the pick list.
     static std::string catalogAnswers();

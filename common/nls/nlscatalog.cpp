@@ -3,9 +3,11 @@
 #include <errno.h>
 #include <stdint.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 
 #include "common/nls/nlsdecode.h"
+#include "common/nls/nlssignature.h"
 #include "common/ut/trace.h"
 
 nlCatgetsFn nlCatgetsSeam = catgets;
@@ -127,7 +129,15 @@ NLSMsg* nlReadMessage(nlsObject_t* obj, unsigned number) {
     if (!text) text = kNlDefaultText;
 
     NLSMsg* msg = nullptr;
-    switch (nlDecodeCatalogText(number, text, &msg)) {
+    nlDecodeStatus status = nlDecodeCatalogText(number, text, &msg);
+    if (status == NL_DECODE_OK && !nlSignatureAccepted(cat, msg)) {
+        // Formatting it would read arguments that the caller never passed.
+        TRACE(TR_NLS, "Message %u does not take the program's arguments\n", number);
+        free(msg);
+        msg = nullptr;
+        status = NL_DECODE_CORRUPTED;
+    }
+    switch (status) {
         case NL_DECODE_OK:
             return msg;
         case NL_DECODE_RETIRED:

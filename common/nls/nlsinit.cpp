@@ -9,6 +9,7 @@
 #include "common/nls/nls.h"
 #include "common/nls/nlscatalog.h"
 #include "common/nls/nlsobject.h"
+#include "common/nls/nlssignature.h"
 #include "common/unx/nlsfmt.h"
 #include "common/ut/instr.h"
 #include "common/ut/testflags.h"
@@ -75,12 +76,14 @@ int openRepositories(nlsObject_t* obj, const char* msgFile, const char* installD
         return NL_RC_INIT_FAILED;
     }
     keepName(&obj->englishFile, nlLastCatalogPath);
+    nlBindSignatures(obj->englishCat, englishFile);
     if (!msgFile) return 0;
 
     if (rvkLocale[0]) {
         snprintf(Language, sizeof Language, "%s", rvkLocale);
         if (openCat(installDir, rvkLocale, msgFile, &obj->userCat) == 0) {
             keepName(&obj->userFile, nlLastCatalogPath);
+            nlBindSignatures(obj->userCat, msgFile);
             return 0;
         }
     } else {
@@ -93,6 +96,7 @@ int openRepositories(nlsObject_t* obj, const char* msgFile, const char* installD
         snprintf(Language, sizeof Language, "%s", rvkLocale);
         if (openCat(installDir, rvkLocale, msgFile, &obj->userCat) == 0) {
             keepName(&obj->userFile, nlLastCatalogPath);
+            nlBindSignatures(obj->userCat, msgFile);
             return 0;
         }
     }

@@ -6,6 +6,7 @@
 
 #include "common/nls/nlscatalog.h"
 #include "common/nls/nlsdecode.h"
+#include "common/nls/nlssignature.h"
 #include "common/nls/nlstestutil.h"
 #include "tools/mkcat/catencode.h"
 
@@ -81,6 +82,54 @@ TEST_F(NlsRoundTripTest, PrintfTextsAndTheirStructuredInserts) {
     EXPECT_EQ(ptr, r.items[2].value.p);
     EXPECT_EQ(NL_ITEM_INT, r.items[3].type);
     EXPECT_EQ(-3, r.items[3].value.i);
+}
+
+TEST_F(NlsRoundTripTest, TextsThatDoNotTakeTheProgramsArgumentsAreCorrupted) {
+    // The program's own table: a translated help line with five inserts
+    // would read five strings that were never passed.
+    nlSelectSignatures("zebo.cat");
+    add(2595, 'Z', CatForm::Printf, "%s%s%s%s%s");
+    add(2603, 'E', CatForm::Ordered, "%2$s / %1$s");
+    EXPECT_EQ("(null)", nlsText(2595));
+    EXPECT_EQ("QEV2603E b / a", nlsText(2603, "a", "b"));
+
+    const nlSignature table[] = {{30, "s"}, {31, "si"}, {32, ""}};
+    nlSetSignatures(table, 3);
+    struct Case {
+        unsigned number;
+        CatForm form;
+        const char* text;
+        bool used;
+    } cases[] = {
+        {30, CatForm::Printf, "%s", true},
+        {30, CatForm::Printf, "%s and %s", false},  // too many
+        {30, CatForm::Printf, "%d", false},         // another kind
+        {31, CatForm::Printf, "%s", false},         // too few
+        {31, CatForm::Ordered, "%2$d %1$s", true},
+        {31, CatForm::Ordered, "%2$s %1$d", false},
+        {32, CatForm::Printf, "plain", true},
+        {33, CatForm::Printf, "not the program's", true},
+        {33, CatForm::Printf, "not the program's %s", false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
+        nlFreeRepository();
+        ASSERT_EQ(0, init("nlstest.cat", testCatalogs()));
+        nlCatgetsSeam = fakeCatgets;
+        nlSetSignatures(table, 3);
+        add(c.number, 'E', c.form, c.text);
+        captured().clear();
+        std::string text = nlsText(c.number, "x", 7);
+        EXPECT_EQ(c.used, text != "(null)") << text;
+        EXPECT_EQ(c.used, output().find("is corrupted") == std::string::npos) << output();
+    }
+    // Conversions that the repository never formats, with or without a
+    // table.
+    nlSetSignatures(nullptr, 0);
+    gTexts[34] = "QEV0034E \x01counted%n";
+    gTexts[35] = "QEV0035E \x01positional %1$s";
+    EXPECT_EQ("(null)", nlsText(34, nullptr));
+    EXPECT_EQ("(null)", nlsText(35, "x"));
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include "common/nls/nlscatalog.h"
 #include "common/nls/nlsdecode.h"
 #include "common/nls/nlsobject.h"
+#include "common/nls/nlssignature.h"
 #include "zebo_config.h"
 
 namespace {
@@ -59,6 +60,7 @@ void NlsTest::SetUp() {
 
 void NlsTest::TearDown() {
     nlFreeRepository();
+    nlSetSignatures(nullptr, 0);
     nlCatgetsSeam = catgets;
     nlMsgAlloc = malloc;
     ScheduleMode = 0;

@@ -9,6 +9,7 @@
 #include "common/thrd/psmutex.h"
 #include "common/unx/nlsfmt.h"
 #include "common/ut/traceobj.h"
+#include "common/ut/traceopen.h"
 #include "zebo_config.h"
 
 void trSetMax(unsigned long megabytes) {
@@ -104,13 +105,13 @@ int trOpenFile() {
 
     FILE* f = nullptr;
     if (t.wrap) {
-        f = fopen(t.path, "r+");
+        f = trOpenPrivate(t.path, "r+");
         if (f && !trReuseFile(f)) {
             fclose(f);
             f = nullptr;
         }
         if (!f) {
-            f = fopen(t.path, "w+");
+            f = trOpenPrivate(t.path, "w+");
             if (f) trWriteHeader(f);
         }
         if (f) {
@@ -124,7 +125,7 @@ int trOpenFile() {
             trWriteWrapped("", 0, line, strlen(line));
         }
     } else {
-        f = fopen(t.path, "a");
+        f = trOpenPrivate(t.path, "a");
         if (f) {
             fprintf(f, "VLT Trace   Corvane 5.5.0.05  \nBuild Date: %s\nBEGINNING NEW TRACE\n\n",
                     ZEBO_BUILD_DATE);

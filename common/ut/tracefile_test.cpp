@@ -1,5 +1,6 @@
 #include <stdio.h>
 #include <string.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <string>
@@ -224,6 +225,45 @@ TEST_F(TraceFileTest, NamesAreUnquotedAndMadeFull) {
         testing::internal::CaptureStdout();
         EXPECT_EQ(-1, trOpen(bad.c_str(), 0));
         EXPECT_EQ("Invalid trace file name\n", testing::internal::GetCapturedStdout());
+    }
+}
+
+TEST_F(TraceFileTest, TraceIsPrivateAndNeverWrittenThroughALinkOrIntoAnotherUsersFile) {
+    std::string target = dir.file("target");
+    std::string link = dir.file("link.trc");
+    zebotest::writeFile(target, "untouched", 0644);
+    ASSERT_EQ(0, symlink(target.c_str(), link.c_str()));
+    std::string foreign = dir.file("foreign.trc");
+    zebotest::writeFile(foreign, "theirs", 0644);
+    bool root = geteuid() == 0;
+    if (root) {
+        ASSERT_EQ(0, chown(foreign.c_str(), 65534, 65534));
+    }
+    for (unsigned long max : {0ul, 1ul}) {
+        SCOPED_TRACE(max);
+        // New, and an own file of an earlier run that others could read.
+        std::string fresh = dir.file("fresh" + std::to_string(max) + ".trc");
+        std::string old = dir.file("old" + std::to_string(max) + ".trc");
+        zebotest::writeFile(old, "", 0644);
+        for (const std::string& name : {fresh, old}) {
+            ASSERT_EQ(0, trSetFlags("API", 1));
+            trSetMax(max);
+            ASSERT_EQ(0, trOpen(name.c_str(), 0));
+            trClose(0);
+            struct stat st;
+            ASSERT_EQ(0, stat(name.c_str(), &st));
+            EXPECT_EQ(0600u, st.st_mode & 07777) << name;
+        }
+        for (const std::string& name : {link, root ? foreign : link}) {
+            ASSERT_EQ(0, trSetFlags("API", 1));
+            trSetMax(max);
+            testing::internal::CaptureStdout();
+            EXPECT_EQ(426, trOpen(name.c_str(), 0));
+            EXPECT_EQ("Unable to open trace output file " + name + "\n",
+                      testing::internal::GetCapturedStdout());
+        }
+        EXPECT_EQ("untouched", readFile(target));
+        EXPECT_EQ("theirs", readFile(foreign));
     }
 }
 

@@ -74,6 +74,11 @@ bool catWriteMsgFile(const CatSource& source, std::string* out, std::string* err
 // arguments); tools that show every message with sample inserts read it.
 bool catWriteManifest(const CatSource& source, std::string* out, std::string* err);
 
+// The rows of the program's signature table (C++ initialisers,
+// "{number, "letters"},", one line per message) that the message repository
+// checks every catalog text against; see common/nls/nlssignature.h.
+bool catWriteSignatures(const CatSource& source, std::string* out, std::string* err);
+
 // Checks a translation against its base: the same messages, letters and
 // argument signatures. Returns false with every difference in *err.
 bool catCheckTranslation(const CatSource& base, const CatSource& translation, std::string* err);

@@ -107,6 +107,26 @@ TEST(CatEncode, TranslationCheckNamesEveryDifference) {
     EXPECT_NE(std::string::npos, err.find("message 4 is not in the base")) << err;
 }
 
+TEST(CatEncode, TooManyOrTooFewConversionsAreRefusedAndTheProgramTableFollowsTheBase) {
+    CatSource base, de;
+    base.prefix = de.prefix = "QEV";
+    base.entries = {entry(2595, 'Z', CatForm::Printf, "help line"),
+                    entry(2603, 'E', CatForm::Ordered, "%1$s in %2$s")};
+    de.entries = {entry(2595, 'Z', CatForm::Printf, "%s%s%s%s%s"),
+                  entry(2603, 'E', CatForm::Ordered, "%1$s")};
+    std::string err;
+    EXPECT_FALSE(catCheckTranslation(base, de, &err));
+    EXPECT_NE(std::string::npos, err.find("message 2595 (line 0): arguments \"sssss\" differ"))
+        << err;
+    EXPECT_NE(std::string::npos, err.find("message 2603 (line 0): arguments \"s\" differ")) << err;
+
+    std::string rows;
+    ASSERT_TRUE(catWriteSignatures(base, &rows, &err)) << err;
+    EXPECT_NE(std::string::npos, rows.find("\n{2595, \"\"},\n{2603, \"ss\"},\n")) << rows;
+    base.entries.push_back(entry(2604, 'E', CatForm::Printf, "%n"));
+    EXPECT_FALSE(catWriteSignatures(base, &rows, &err));
+}
+
 TEST(CatEncode, GencatFileEscapesMarkersAndKeepsUtf8) {
     EXPECT_EQ("a\\\\b\\n\\001\\020\\022\\011\xc3\xa9",
               catGencatEscape("a\\b\n\x01\x10\x12\t\xc3\xa9"));

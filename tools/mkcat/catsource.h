@@ -28,6 +28,19 @@
 //   raw      (test catalogs) the whole catalog text, prefix included, is
 //            written as given; nothing is checked or added.
 //
+// Arguments of a message: the American English source (en_US) declares them.
+// The inserts of its text, in the caller's order, are the arguments that the
+// program passes with that message, one letter per argument (see
+// catSignature in catencode.h), and the program is written against that
+// text. Every other language is compiled with the English source as its base
+// (--base) and refused unless each message takes exactly the same arguments:
+// no more, no fewer, of the same kinds. The same signatures are compiled
+// into the program (mkcat --signatures), where the message repository
+// checks every catalog text it reads, so that a catalog compiled by other
+// means cannot make it read arguments that were never passed either. A
+// second, hand-kept declaration per message was not added: it would be one
+// more list to keep in step with the English texts, which already say it.
+//
 // Thread safety: plain functions on values.
 #ifndef ZEBO_TOOLS_MKCAT_CATSOURCE_H
 #define ZEBO_TOOLS_MKCAT_CATSOURCE_H

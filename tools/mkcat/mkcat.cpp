@@ -2,10 +2,13 @@
 // catalog texts are laid out the way the message repository reads them.
 //
 //   mkcat [--base BASE.src] [--manifest FILE] SOURCE.src OUTPUT.msg
+//   mkcat --signatures FILE SOURCE.src
 //
 // --base checks that SOURCE translates BASE completely: the same messages
 // with the same severity letters and argument types. --manifest writes one
-// line per message: number, letter, argument signature.
+// line per message: number, letter, argument signature. --signatures writes
+// the program's table of argument signatures from a source (the American
+// English one) instead of a catalog.
 #include <stdio.h>
 #include <string.h>
 
@@ -18,7 +21,9 @@
 namespace {
 
 int usage() {
-    fprintf(stderr, "usage: mkcat [--base BASE.src] [--manifest FILE] SOURCE.src OUTPUT.msg\n");
+    fprintf(stderr,
+            "usage: mkcat [--base BASE.src] [--manifest FILE] SOURCE.src OUTPUT.msg\n"
+            "       mkcat --signatures FILE SOURCE.src\n");
     return 2;
 }
 
@@ -32,10 +37,12 @@ bool writeFile(const std::string& path, const std::string& text) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    std::string base, manifest, source, output;
+    std::string base, manifest, signatures, source, output;
     for (int i = 1; i < argc; ++i) {
         if (strcmp(argv[i], "--base") == 0 && i + 1 < argc) {
             base = argv[++i];
+        } else if (strcmp(argv[i], "--signatures") == 0 && i + 1 < argc) {
+            signatures = argv[++i];
         } else if (strcmp(argv[i], "--manifest") == 0 && i + 1 < argc) {
             manifest = argv[++i];
         } else if (argv[i][0] == '-') {
@@ -48,13 +55,22 @@ int main(int argc, char** argv) {
             return usage();
         }
     }
-    if (source.empty() || output.empty()) return usage();
+    if (source.empty() || (output.empty() == signatures.empty())) return usage();
 
     CatSource src;
     std::string err;
     if (!catReadSource(source, &src, &err)) {
         fprintf(stderr, "mkcat: %s\n", err.c_str());
         return 1;
+    }
+    if (!signatures.empty()) {
+        std::string rows;
+        if (!catWriteSignatures(src, &rows, &err) || !writeFile(signatures, rows)) {
+            fprintf(stderr, "mkcat: cannot write signatures %s %s\n", signatures.c_str(),
+                    err.c_str());
+            return 1;
+        }
+        return 0;
     }
     if (!base.empty()) {
         CatSource baseSrc;

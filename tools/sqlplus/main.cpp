@@ -1,8 +1,10 @@
 // sqlplus: the SQL*Plus simulator that the tests and the demo put on PATH in
 // place of the real program, plus the modes that prepare its catalogs.
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <string>
@@ -33,6 +35,9 @@ const char kUsage[] =
     "      \"handle<TAB>YYYY-MM-DD HH:MM:SS\", in one transaction.\n"
     "  sqlplus --sim-help\n"
     "      This text.\n"
+    "\n"
+    "SQLPLUS_SIM_DELAY=N makes the simulator wait N seconds after its logon, as a\n"
+    "slow catalog would (tests interrupt a run meanwhile).\n"
     "\n"
     "A catalog's file is $SQLPLUS_SIM_DIR/<connect>.db, the connect string in lower\n"
     "case with characters other than letters, digits, '.', '_' and '-' turned into\n"
@@ -172,6 +177,7 @@ int main(int argc, char** argv) {
         printf("SP2-0751: Unable to connect to the recovery catalog, exiting SQL*Plus\n");
         return 1;
     }
+    if (const char* delay = getenv("SQLPLUS_SIM_DELAY")) sleep(static_cast<unsigned>(atoi(delay)));
     int status = session.runScript(lines);
     if (status < 0) status = session.runInteractive(stdin);
     session.disconnect();

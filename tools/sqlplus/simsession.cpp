@@ -29,11 +29,20 @@ std::string upper(std::string s) {
     return s;
 }
 
+// Words are separated by blanks; a word in double quotes may hold blanks
+// (a file name such as "/tmp/a b/x.out"), and the quotes are dropped.
 std::vector<std::string> splitWords(const std::string& s) {
     std::vector<std::string> words;
     size_t i = 0;
     while (i < s.size()) {
         while (i < s.size() && isspace(static_cast<unsigned char>(s[i]))) ++i;
+        if (i < s.size() && s[i] == '"') {
+            size_t end = s.find('"', i + 1);
+            if (end == std::string::npos) end = s.size();
+            words.push_back(s.substr(i + 1, end - i - 1));
+            i = end + 1;
+            continue;
+        }
         size_t start = i;
         while (i < s.size() && !isspace(static_cast<unsigned char>(s[i]))) ++i;
         if (i > start) words.push_back(s.substr(start, i - start));

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <string>
 #include <vector>
@@ -84,6 +85,25 @@ TEST_F(SqlPlusSim, ThousandsOfRowsAreAllWrittenWithoutSpoolOff) {
     EXPECT_EQ(spooled[3], padded("piece_0"));
     EXPECT_EQ(spooled[5002], padded("piece_4999"));
     EXPECT_EQ(spooled[5004], "5000 rows selected.");
+}
+
+TEST_F(SqlPlusSim, SpoolsIntoTheFileThatTheCallerCreatedEvenUnderANameWithABlank) {
+    load("only\t2011-03-07 10:00:00\n");
+    std::string folder = dir.file("a b");
+    ASSERT_EQ(0, mkdir(folder.c_str(), 0700));
+    std::string path = folder + "/SQLOx_1.out";
+    zebotest::writeFile(path, "", 0600);
+    chmod(path.c_str(), 0600);  // whatever the umask
+    struct stat before;
+    ASSERT_EQ(0, stat(path.c_str(), &before));
+    spool = "\"" + path + "\"";
+    RunResult r = sim(script("rman/secret@rcat", "3/7/2011", "3/7/2011"));
+    EXPECT_EQ(r.status, 0) << r.out;
+    EXPECT_NE(std::string::npos, readFile(path).find(padded("only"))) << readFile(path);
+    struct stat after;
+    ASSERT_EQ(0, stat(path.c_str(), &after));
+    EXPECT_EQ(before.st_ino, after.st_ino);
+    EXPECT_EQ(0600u, after.st_mode & 07777);
 }
 
 TEST_F(SqlPlusSim, LogonFailuresExitWithStatusOne) {
