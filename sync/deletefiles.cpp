@@ -60,16 +60,18 @@ int abortAfterFailedDelete(uint32_t handle, int deleteRc) {
     return rc;
 }
 
-// A signal that arrived while the transaction was open ends the run here,
-// between two server calls: the transaction is aborted, so the server keeps
-// every object of it, and its end ends the run (sigcleanup.h).
-void leaveIfSignalled(uint32_t handle) {
+// A signal that arrived during the pass stops it here, between two server
+// calls: the open transaction is aborted, so the server keeps every object
+// of it, and the pass records that its deletions were undone. The caller
+// shows and reports what happened before the run ends (sigcleanup.h).
+bool stopOnSignal(uint32_t handle, UtDeletePass* pass, size_t upTo) {
     int signo = utPendingSignal();
-    if (signo == 0) return;
+    if (signo == 0) return false;
     TRACE(TR_ORCLEVEL0, " %s: Exit - signal %d, aborting the transaction\n\n", fn, signo);
     uint16_t reason = 0;
     endTxn(handle, RVK_VOTE_ABORT, &reason);
-    utExitOnSignal(signo);
+    pass->endTransaction(false, upTo);
+    return true;
 }
 
 // The pass after the administrator said yes; every transaction it ends is
@@ -93,7 +95,7 @@ int16_t deleteMarked(SyncList* syncList, AgentContext* context, UtDeletePass* pa
         OrphanRecord& record = entry->element;
         if (record.picked == 0) continue;
         const size_t place = picked++;
-        leaveIfSignalled(handle);
+        if (stopOnSignal(handle, pass, place)) return 0;
 
         if (inTxn == maxObjPerTxn) {
             rc = endTxn(handle, RVK_VOTE_COMMIT, &reason);
@@ -130,7 +132,7 @@ int16_t deleteMarked(SyncList* syncList, AgentContext* context, UtDeletePass* pa
         ++inTxn;
     }
 
-    leaveIfSignalled(handle);
+    if (stopOnSignal(handle, pass, pass->entries.size())) return 0;
     rc = endTxn(handle, RVK_VOTE_COMMIT, &reason);
     pass->endTransaction(rc == 0 && reason == 0, pass->entries.size());
     if (rc == 0 && reason == 0) {
@@ -159,7 +161,11 @@ int16_t utDeleteFiles(SyncList* syncList, AgentContext* context, UtDeletePass* p
         return 0;
     }
     pass->ran = true;
+    // A signal during the pass is only noted (see stopOnSignal); the caller
+    // ends the run once the summary and the report are out.
+    utEnterTransaction();
     int16_t rc = deleteMarked(syncList, context, pass);
+    utLeaveTransaction();
     // Also after the failures that show nothing else on the screen.
     utShowDeleteSummary(*pass);
     return rc;

@@ -204,6 +204,9 @@ TEST_F(SecurityRunTest, ASignalDuringDeletionAbortsTheOpenTransaction) {
     EXPECT_EQ(128 + SIGTERM, WEXITSTATUS(status));
     EXPECT_NE(std::string::npos, seen.find("aborting the transaction"))
         << seen.substr(seen.size() - 500);
+    // The administrator is told before the run ends.
+    EXPECT_NE(std::string::npos,
+              zebotest::readFile(scratch.folder() + "/out").find("were rolled back"));
     // Nothing of the open transaction was committed.
     std::string onServer = scratch.onServer();
     EXPECT_EQ(objects, std::count(onServer.begin(), onServer.end(), ' ') + 1);

@@ -86,7 +86,6 @@ void utEnterTransaction() {
 
 void utLeaveTransaction() {
     if (transactionDepth > 0) --transactionDepth;
-    if (transactionDepth == 0 && pendingSignal != 0) utExitOnSignal(pendingSignal);
 }
 
 int utPendingSignal() {

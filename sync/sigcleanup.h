@@ -7,11 +7,12 @@
 //     deleted);
 //   - put the terminal settings back as they were when the handlers were
 //     installed.
-// While a server transaction is open the signal is only noted: the deletion
-// loop asks utPendingSignal between its server calls, aborts the
-// transaction and then leaves through utExitOnSignal, so that nothing of a
-// half-done transaction is committed and the library is never entered from
-// a signal handler.
+// While a deletion pass runs the signal is only noted: the deletion loop
+// asks utPendingSignal between its server calls and aborts the open
+// transaction, the pass's summary is shown and the report written, and the
+// driver then leaves through utExitOnSignal. So nothing of a half-done
+// transaction is committed, the administrator learns what was deleted, and
+// the library is never entered from a signal handler.
 //
 // Everything the handler touches is fixed-size static storage and every
 // call it makes is async-signal-safe (kill, unlink, tcsetattr, _exit).
@@ -37,9 +38,9 @@ void utForgetFile(const char* path);
 // The process a signal must end (SIGTERM), or 0 for none.
 void utTrackChild(pid_t child);
 
-// Marks an open server transaction (see above); calls nest. Leaving the
-// last one after a signal was noted ends the run (utExitOnSignal): the
-// transaction is over, committed or aborted, and nothing else is begun.
+// Marks a deletion pass or an open server transaction (see above); calls
+// nest. While any is open a signal is only noted; the caller that sees it
+// through utPendingSignal ends the run with utExitOnSignal.
 void utEnterTransaction();
 void utLeaveTransaction();
 // The signal that arrived while a transaction was open, or 0.

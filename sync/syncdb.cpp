@@ -197,6 +197,8 @@ int16_t pickAndDelete(SyncList* syncList, AgentContext* context, BTree* index, U
         UtDeletePass pass;
         int16_t rc = utDeleteFiles(syncList, context, &pass);
         reportPass(report, pass);
+        // Interrupted during the pass: its summary and report are out.
+        if (int signo = utPendingSignal()) utExitOnSignal(signo);
         if (rc != 0) {
             endSession(context);
             utDeleteTree(index);
