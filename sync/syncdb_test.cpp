@@ -66,7 +66,7 @@ class SyncServerTest : public ::testing::Test {
                             "REPOSITORY vlt.db\nSERVERNAME TESTSRV\nNODENAME NODE1\n"
                             "PASSWORDACCESS PROMPT\n");
         ASSERT_EQ(0, adm("init").status);
-        ASSERT_EQ(0, adm("node add NODE1 pw-one").status);
+        ASSERT_EQ(0, adm("node add NODE1", "pw-one\n").status);
         mkdir(dir.file("catalogs").c_str(), 0700);
         setenv("SQLPLUS_SIM_DIR", dir.file("catalogs").c_str(), 1);
         setenv("ZEBO_AGENT_DIR", dir.path().c_str(), 1);  // zeboerror.log goes here
