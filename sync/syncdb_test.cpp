@@ -72,6 +72,7 @@ class SyncServerTest : public ::testing::Test {
         setenv("ZEBO_AGENT_DIR", dir.path().c_str(), 1);  // zeboerror.log goes here
 
         memset(&ctx, 0, sizeof ctx);
+        strcpy(ctx.optValue[OPT_RVKI_DIR], dir.path().c_str());  // the library's key goes here
         strcpy(ctx.optValue[OPT_RVKI_ORC_CONFIG], optFile.c_str());
         strcpy(ctx.optValue[OPT_RVKI_LOG], dir.path().c_str());
         strcpy(ctx.optValue[OPT_ZEBO_NODE], "NODE1");
