@@ -151,3 +151,15 @@ TEST_F(Passwords, RepositoryIsPrivateAndAReadableOneIsReported) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(Passwords, ErrorLogIsNeverWrittenThroughASymlink) {
+    zebotest::writeFile(repo.path("victim"), "untouched\n", 0600);
+    ASSERT_EQ(symlink(repo.path("victim").c_str(), repo.path("rvkerror.log").c_str()), 0);
+    ASSERT_EQ(setUp(repo.optFile()), RVK_RC_OK);
+    EXPECT_EQ(logOnOnce("node1", "wrong"), RVK_RC_AUTH_FAILURE);  // logged, if it could be
+    EXPECT_EQ(zebotest::readFile(repo.path("victim")), "untouched\n");
+}
+
+}  // namespace
