@@ -9,7 +9,9 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -46,6 +48,20 @@ inline int loadClientLibrary() {
     return gRvkApiObjP->Setup();
 }
 
+// Sets the loaded client library up (cleaning up a set-up left by an
+// earlier test) with `apiDir` as its installation and the log in `logDir`.
+// Returns the set-up's code.
+inline int setUpApi(const std::string& apiDir, const std::string& logDir) {
+    gRvkApiObjP->drvkCleanUp(RvkApiStatusObjP, RVK_MULTITHREAD);
+    rvkEnvSetUp env;
+    memset(&env, 0, sizeof env);
+    env.stVersion = RVK_ENVSETUP_VERSION;
+    snprintf(env.apiDir, sizeof env.apiDir, "%s", apiDir.c_str());
+    snprintf(env.logDir, sizeof env.logDir, "%s", logDir.c_str());
+    snprintf(env.logName, sizeof env.logName, "zeboerror.log");
+    return gRvkApiObjP->drvkSetUp(RvkApiStatusObjP, RVK_MULTITHREAD, &env);
+}
+
 // The node that every scratch repository knows, with a 12-character password.
 inline const char* nodeName() {
     return "NODE1";
@@ -80,7 +96,7 @@ class Install {
                                           "\nSERVERNAME TESTSRV\nNODENAME " + nodeName() +
                                           "\nPASSWORDACCESS PROMPT\n");
         adm("init");
-        adm(std::string("node add ") + nodeName() + " " + nodePassword());
+        adm(std::string("node add ") + nodeName(), std::string(nodePassword()) + "\n");
     }
 
     std::string path(const std::string& name) const { return dir_.file(name); }
@@ -90,9 +106,9 @@ class Install {
     std::string zeboOpt() const { return dir_.file("zebo.opt"); }
 
     // Runs vltadm on the repository; the test fails when it fails.
-    zebotest::RunResult adm(const std::string& args) const {
-        zebotest::RunResult r =
-            zebotest::run(zebotest::binDir() + "/vltadm -c " + shellQuoted(rvkOpt()) + " " + args);
+    zebotest::RunResult adm(const std::string& args, const std::string& input = "") const {
+        zebotest::RunResult r = zebotest::run(
+            zebotest::binDir() + "/vltadm -c " + shellQuoted(rvkOpt()) + " " + args, input);
         EXPECT_EQ(0, r.status) << "vltadm " << args << ": " << r.err;
         return r;
     }

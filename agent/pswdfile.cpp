@@ -2,10 +2,12 @@
 
 #include <dirent.h>
 #include <errno.h>
+#include <fcntl.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "agent/agentenv.h"
 #include "agent/errorlog.h"
@@ -21,16 +23,9 @@ static_assert(sizeof kHeader - 1 == ZEBO_PSWD_HEADER_SIZE, "header is 39 bytes")
 enum { BLOCK = 8 };
 const size_t kBlock = BLOCK;
 
-// Writes the header and the enciphered records. 0 or -1.
-int16_t pszeboWritePswdToFile(const char* path, unsigned char* key, const char* password) {
-    static const char kName[] = "pszeboWritePswdToFile()";
-    TRACE(TR_ORCLEVEL1, " %s: Enter\n", kName);
-    FILE* file = fopen(path, "wb");
-    if (!file) {
-        TRACE(TR_ORCLEVEL0, " %s: Exit - Open pswd file failed\n\n", kName);
-        return -1;
-    }
-    chmod(path, 0644);
+// Writes the header and the enciphered records to `file`. False when a
+// write failed.
+bool pszeboWriteRecords(FILE* file, unsigned char* key, const char* password) {
     bool ok = fwrite(kHeader, 1, ZEBO_PSWD_HEADER_SIZE, file) == ZEBO_PSWD_HEADER_SIZE;
     size_t left = strlen(password);
     const char* next = password;
@@ -50,7 +45,39 @@ int16_t pszeboWritePswdToFile(const char* path, unsigned char* key, const char* 
              fwrite(cipher, 1, BLOCK, file) == BLOCK;
         if (length < BLOCK) break;
     }
-    fclose(file);
+    return ok;
+}
+
+// Writes the file through a new file in the same directory that is renamed
+// over the old one: a symlink or another file planted at the path is
+// replaced, never followed, and a reader sees the old file or the new one.
+// The mode is set through the open descriptor. 0 or -1.
+int16_t pszeboWritePswdToFile(const char* path, unsigned char* key, const char* password) {
+    static const char kName[] = "pszeboWritePswdToFile()";
+    TRACE(TR_ORCLEVEL1, " %s: Enter\n", kName);
+    char temporary[ZEBO_PSWD_PATH_SIZE + 8];
+    snprintf(temporary, sizeof temporary, "%s.XXXXXX", path);
+    int fd = mkstemp(temporary);
+    FILE* file = nullptr;
+    if (fd >= 0) {
+        file = fdopen(fd, "wb");
+        if (!file) close(fd);
+    }
+    if (!file) {
+        if (fd >= 0) unlink(temporary);
+        TRACE(TR_ORCLEVEL0, " %s: Exit - Open pswd file failed\n\n", kName);
+        return -1;
+    }
+    // Readable by all, as the agent's password files have always been: the
+    // installation key of the client library keeps the password.
+    bool ok = fchmod(fd, 0644) == 0 && pszeboWriteRecords(file, key, password) &&
+              fflush(file) == 0 && fsync(fd) == 0;
+    ok = fclose(file) == 0 && ok;
+    if (!ok || rename(temporary, path) != 0) {
+        unlink(temporary);
+        TRACE(TR_ORCLEVEL0, " %s: Exit - Open pswd file failed\n\n", kName);
+        return -1;
+    }
     TRACE(TR_ORCLEVEL1, " %s: Exit - OK\n\n", kName);
     return 0;
 }
@@ -127,14 +154,20 @@ int16_t psReadPswd(char* password, AgentContext* context) {
     pszeboGetFileName(dir, path, context);
     pszeboSetKey(key, context);
 
+    // The file is opened first and examined through its descriptor: a
+    // symlink at the path is refused, and what is examined is what is read.
     TRACE(TR_ORCLEVEL2, " %s: Calling stat().\n", kName);
+    int fd = open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     struct stat status;
-    int statRc = stat(path, &status);
+    int statRc = fd >= 0 ? fstat(fd, &status) : -1;
     FILE* file = nullptr;
     if (statRc == 0 && S_ISREG(status.st_mode)) {
-        chmod(path, 0644);
-        file = fopen(path, "rb");
+        if (fchmod(fd, 0644) != 0) {
+            // Another user's file keeps its mode; reading it is enough.
+        }
+        file = fdopen(fd, "rb");
     }
+    if (!file && fd >= 0) close(fd);
     if (!file) {
         TRACE(TR_ORCLEVEL0, " %s: Exit - RVK_RC_NO_PASS_FILE\n rc: %d\n\n", kName, statRc);
         char* text = nlFormatText(2519, context->optValue[OPT_ZEBO_NODE]);

@@ -2,7 +2,9 @@
 // that the client API makes from the node name, in "<dir>/ZEBO.<node>".
 // The directory is the first non-empty of ZEBO_PSWDPATH, RVKI_ORC_DIR and
 // the agent directory. The program keeps no key material of its own: key,
-// encipher and decipher are the API's calls through gRvkApiObjP.
+// encipher and decipher are the API's calls through gRvkApiObjP, and the
+// API's key also depends on its installation key, so the file is of no use
+// to a user who cannot read that key, nor on another machine.
 //
 // Layout, with no line ends anywhere:
 //   39 bytes  "Agent for Oracle Backup - Password file"
@@ -35,16 +37,17 @@ void pszeboGetFileName(char* dir, char* path, AgentContext* context);
 void pszeboSetKey(unsigned char* key, AgentContext* context);
 
 // Reads and deciphers the node's password into `password` (65 bytes).
-// 0, or 168 when the file is missing, not a regular file or unreadable;
+// 0, or 168 when the file is missing, a symlink, not a regular file or
+// unreadable;
 // then message 2519 is kept in context->errorText and written to the log.
 int16_t psReadPswd(char* password, AgentContext* context);
 inline int16_t pszeboReadPswd(char* password, AgentContext* context) {
     return psReadPswd(password, context);
 }
 
-// Writes the node's password file (created with permissions 0644, its
-// directory with 0700 when it is missing). 0, 2521, 167, or -1 when the
-// file cannot be created.
+// Writes the node's password file (permissions 0644, its directory made
+// with 0700 when it is missing) through a new file renamed into place.
+// 0, 2521, 167, or -1 when the file cannot be created.
 int16_t pszeboUpdatePswd(const char* password, AgentContext* context);
 
 #endif

@@ -27,6 +27,18 @@ class PswdFileTest : public ::testing::Test {
         memset(&context_, 0, sizeof context_);
         setSlot(OPT_ZEBO_NODE, "NODE1");
         setSlot(OPT_ZEBO_PSWDPATH, dir_.file("pw"));
+        mkdir(dir_.file("api").c_str(), 0755);
+        installApi(dir_.file("api"));
+    }
+    ~PswdFileTest() override { gRvkApiObjP->drvkCleanUp(RvkApiStatusObjP, RVK_MULTITHREAD); }
+    void installApi(const std::string& apiDir) {
+        ASSERT_EQ(0, agenttest::setUpApi(apiDir, dir_.path()));
+    }
+    std::string readBack() {
+        char back[ZEBO_PSWD_BUFFER_SIZE];
+        memset(back, '?', sizeof back);
+        EXPECT_EQ(0, psReadPswd(back, &context_));
+        return std::string(back, strnlen(back, sizeof back));
     }
     void setSlot(int slot, const std::string& value) {
         snprintf(context_.optValue[slot], ZEBO_OPT_VALUE_SIZE, "%s", value.c_str());
@@ -131,6 +143,70 @@ TEST_F(PswdFileTest, RecordCutShortStillYieldsItsCount) {
     ASSERT_EQ(0, psReadPswd(back, &context_));
     EXPECT_EQ("abcdefgh", std::string(back, 8));
     EXPECT_LE(strlen(back), 12u);
+}
+
+}  // namespace
+
+namespace {
+
+TEST_F(PswdFileTest, SymlinkAtThePathIsReplacedOnWriteAndRefusedOnRead) {
+    mkdir(dir_.file("pw").c_str(), 0700);
+    writeFile(dir_.file("victim"), "precious\n", 0600);
+    ASSERT_EQ(0, symlink(dir_.file("victim").c_str(), dir_.file("pw/ZEBO.NODE1").c_str()));
+    // Reading through the link is refused; the target keeps its mode.
+    char password[ZEBO_PSWD_BUFFER_SIZE];
+    EXPECT_EQ(168, psReadPswd(password, &context_));
+    struct stat status;
+    ASSERT_EQ(0, stat(dir_.file("victim").c_str(), &status));
+    EXPECT_EQ(0600u, status.st_mode & 0777);
+
+    // Writing replaces the link by a file of its own.
+    ASSERT_EQ(0, pszeboUpdatePswd("secret-pw", &context_));
+    EXPECT_EQ("precious\n", readFile(dir_.file("victim")));
+    ASSERT_EQ(0, stat(dir_.file("victim").c_str(), &status));
+    EXPECT_EQ(0600u, status.st_mode & 0777);
+    ASSERT_EQ(0, lstat(dir_.file("pw/ZEBO.NODE1").c_str(), &status));
+    EXPECT_TRUE(S_ISREG(status.st_mode));
+    EXPECT_EQ(0644u, status.st_mode & 0777);
+    EXPECT_EQ("secret-pw", readBack());
+    // Nothing but the password file is left in the directory.
+    EXPECT_EQ("ZEBO.NODE1\n", zebotest::run("ls -A " + dir_.file("pw")).out);
+}
+
+TEST_F(PswdFileTest, ReadingRestoresTheModeThroughTheFile) {
+    ASSERT_EQ(0, pszeboUpdatePswd("secret-pw", &context_));
+    ASSERT_EQ(0, chmod(dir_.file("pw/ZEBO.NODE1").c_str(), 0600));
+    EXPECT_EQ("secret-pw", readBack());
+    struct stat status;
+    ASSERT_EQ(0, stat(dir_.file("pw/ZEBO.NODE1").c_str(), &status));
+    EXPECT_EQ(0644u, status.st_mode & 0777);
+}
+
+TEST_F(PswdFileTest, CopiedFileGivesNothingUnderAnotherInstallation) {
+    ASSERT_EQ(0, pszeboUpdatePswd("twelve-chars", &context_));
+    struct stat status;
+    ASSERT_EQ(0, stat(dir_.file("api/vltapi.key").c_str(), &status));
+    EXPECT_EQ(0600u, status.st_mode & 0777);
+    std::string copy = readFile(dir_.file("pw/ZEBO.NODE1"));
+
+    // The same file under another installation of the library.
+    mkdir(dir_.file("other").c_str(), 0755);
+    installApi(dir_.file("other"));
+    EXPECT_NE("twelve-chars", readBack());
+    ASSERT_EQ(0, pszeboUpdatePswd("twelve-chars", &context_));
+    EXPECT_NE(copy.substr(39), readFile(dir_.file("pw/ZEBO.NODE1")).substr(39));
+
+    // Without its installation key the library gives no key at all, and the
+    // file written then holds nothing of the password.
+    installApi(dir_.file("no-such-api"));
+    ASSERT_EQ(0, pszeboUpdatePswd("twelve-chars", &context_));
+    std::string file = readFile(dir_.file("pw/ZEBO.NODE1"));
+    EXPECT_EQ(std::string(8, '\0'), file.substr(40, 8));
+    EXPECT_EQ(std::string(8, '\0'), file.substr(49, 8));
+
+    installApi(dir_.file("api"));
+    writeFile(dir_.file("pw/ZEBO.NODE1"), copy);
+    EXPECT_EQ("twelve-chars", readBack());
 }
 
 }  // namespace

@@ -41,7 +41,7 @@ class RepositoryTest : public LibraryTest {
         LibraryTest::SetUp();
         writeOptions("PROMPT");
         admin("init");
-        admin("node add ORANODE secret");
+        admin("node add ORANODE", "secret\n");
         admin("set maxobjpertxn 7");
         ASSERT_EQ(0, loader_.Init(&status_, nullptr));
     }

@@ -112,7 +112,7 @@ ZEBO_PSWDPATH    $pswd
 ZEBO_DATE_FMT    3
 EOF
     vltadm -c "$t/rvk.opt" init >/dev/null
-    vltadm -c "$t/rvk.opt" node add CHECKNODE check4pw >/dev/null
+    printf 'check4pw\n' | vltadm -c "$t/rvk.opt" node add CHECKNODE >/dev/null
     printf '/koruorc\t/ORCL\t/%s\t2026-03-0%d 22:00:00\t1048576\n' \
         ORCL_10_1_1187042400 1 ORCL_11_1_1187128800 2 c-1234567890-20260303-00 3 |
         vltadm -c "$t/rvk.opt" load CHECKNODE >/dev/null

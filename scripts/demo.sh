@@ -144,8 +144,9 @@ demodata --out "$S/data" --today "$today" --days "$days" | tee "$S/data/summary.
 
 say "== creating the VLT Server repository $S/server/vlt.db"
 vltadm init >/dev/null || fail "vltadm init"
-vltadm node add "$node" "$node_pw" >/dev/null || fail "vltadm node add $node"
-vltadm node add "$other_node" "${node_pw}2" >/dev/null || fail "vltadm node add $other_node"
+printf '%s\n' "$node_pw" | vltadm node add "$node" >/dev/null || fail "vltadm node add $node"
+printf '%s\n' "${node_pw}2" | vltadm node add "$other_node" >/dev/null ||
+    fail "vltadm node add $other_node"
 vltadm set maxobjpertxn "$max_per_txn" >/dev/null || fail "vltadm set maxobjpertxn"
 vltadm load "$node" <"$S/data/server-objects.tsv" >/dev/null || fail "vltadm load $node"
 vltadm load "$other_node" <"$S/data/other-node-objects.tsv" >/dev/null ||

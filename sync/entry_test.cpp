@@ -27,9 +27,11 @@ class ZebosyncTest : public ::testing::Test {
     }
     std::string optArg() { return "-ZEBO_OPTfile=" + shellQuoted(install_.zeboOpt()); }
     std::string trace() { return readFile(install_.path("trace.out")); }
-    // Stores the node's password file through the client library.
+    // Stores the node's password file through the client library of the
+    // installation, whose key the runs use.
     void storePassword() {
         ASSERT_EQ(0, agenttest::loadClientLibrary());
+        ASSERT_EQ(0, agenttest::setUpApi(install_.path(""), install_.logDir()));
         AgentContext context = AgentContext();
         strcpy(context.optValue[OPT_ZEBO_NODE], agenttest::nodeName());
         snprintf(context.optValue[OPT_ZEBO_PSWDPATH], ZEBO_OPT_VALUE_SIZE, "%s",

@@ -66,12 +66,13 @@ class SyncServerTest : public ::testing::Test {
                             "REPOSITORY vlt.db\nSERVERNAME TESTSRV\nNODENAME NODE1\n"
                             "PASSWORDACCESS PROMPT\n");
         ASSERT_EQ(0, adm("init").status);
-        ASSERT_EQ(0, adm("node add NODE1 pw-one").status);
+        ASSERT_EQ(0, adm("node add NODE1", "pw-one\n").status);
         mkdir(dir.file("catalogs").c_str(), 0700);
         setenv("SQLPLUS_SIM_DIR", dir.file("catalogs").c_str(), 1);
         setenv("ZEBO_AGENT_DIR", dir.path().c_str(), 1);  // zeboerror.log goes here
 
         memset(&ctx, 0, sizeof ctx);
+        strcpy(ctx.optValue[OPT_RVKI_DIR], dir.path().c_str());  // the library's key goes here
         strcpy(ctx.optValue[OPT_RVKI_ORC_CONFIG], optFile.c_str());
         strcpy(ctx.optValue[OPT_RVKI_LOG], dir.path().c_str());
         strcpy(ctx.optValue[OPT_ZEBO_NODE], "NODE1");

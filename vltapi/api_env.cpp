@@ -18,10 +18,6 @@ Rc loadOptions(const std::string& optFile, const char* optString, Options& o) {
     return rc;
 }
 
-}  // namespace vlt
-
-using namespace vlt;
-
 static std::string pick(const char* given, const char* envName, const std::string& fallback) {
     if (given && *given) return given;
     const char* e = envName ? getenv(envName) : nullptr;
@@ -33,6 +29,16 @@ static std::string stripSlash(std::string s) {
     if (s.size() > 1 && s.back() == '/') s.pop_back();
     return s;
 }
+
+std::string apiDirectory() {
+    Environment env = environment();
+    if (env.setUp) return env.apiDir;
+    return stripSlash(pick(nullptr, "RVKI_DIR", RVK_DEFAULT_API_DIR));
+}
+
+}  // namespace vlt
+
+using namespace vlt;
 
 extern "C" int16_t rvkSetUp(uint8_t multiThread, rvkEnvSetUp* env) {
     RVK_ENTRY(SetUp);

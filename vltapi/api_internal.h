@@ -15,6 +15,10 @@ namespace vlt {
 // to the client error log.
 Rc loadOptions(const std::string& optFile, const char* optString, Options& o);
 
+// The API directory: rvkSetUp's, else as rvkSetUp would choose it
+// (RVKI_DIR, else the install folder).
+std::string apiDirectory();
+
 // Checks a NUL-terminated string argument against a maximum length.
 inline bool fits(const char* s, size_t max) {
     return s == nullptr || boundedLen(s, max) <= max;

@@ -3,6 +3,9 @@
 #include <string.h>
 #include <time.h>
 
+#include <mutex>
+#include <set>
+
 #include "vltapi/api_internal.h"
 #include "vltapi/passwords.h"
 
@@ -22,6 +25,17 @@ struct LogOnInput {
     const char* optFile;
     const char* options;
 };
+
+// Writes the store's warning about who else may read the repository to the
+// error log, once per process and repository.
+void warnAboutAccess(const Store& store) {
+    std::string warning = store.accessWarning();
+    if (warning.empty()) return;
+    static std::mutex mu;
+    static std::set<std::string> warned;
+    std::lock_guard<std::mutex> lk(mu);
+    if (warned.insert(warning).second) clientLog("warning: " + warning);
+}
 
 Rc logOn(uint32_t* handle, const LogOnInput& in, rvkInitExOut* out) {
     *handle = 0;
@@ -67,16 +81,21 @@ Rc logOn(uint32_t* handle, const LogOnInput& in, rvkInitExOut* out) {
     }
     if (Rc rc = s->store->readSettings(s->settings))
         return storeFailure(*s, rc, "log-on: read settings");
-    bool found = false, ok = false;
+    warnAboutAccess(*s->store);
+    bool found = false, ok = false, stale = false;
     if (Rc rc = s->store->findNode(nodeName, s->node, found))
         return storeFailure(*s, rc, "log-on: find node");
     if (found) {
-        if (Rc rc = checkNodePassword(s->node, password, ok)) return rc;
+        if (Rc rc = checkNodePassword(s->node, password, ok, stale)) return rc;
     }
     if (!ok) {
         clientLog("log-on refused for node " + nodeName + ": unknown node or wrong password");
         return RVK_RC_AUTH_FAILURE;
     }
+    // A hash of an older kind or cost is made anew now that the password is
+    // known to be right; if that fails the log-on goes on with the old one.
+    if (stale && upgradeNodePassword(*s->store, s->node, password, err))
+        clientLog("log-on of node " + nodeName + ": password hash not renewed: " + err);
     // A set time of 0 is a password the administrator expired.
     s->passwordExpired =
         s->node.pwSetTime == 0 ||
@@ -155,7 +174,8 @@ extern "C" int16_t rvkChangePW(uint32_t handle, char* oldPW, char* newPW) {
     NodeRecord node;
     bool found = false, ok = false;
     Rc rc = store.findNode(s->node.name, node, found);
-    if (rc == RVK_RC_OK && found) rc = checkNodePassword(node, oldPassword, ok);
+    bool stale = false;  // the new password gets a new hash anyway
+    if (rc == RVK_RC_OK && found) rc = checkNodePassword(node, oldPassword, ok, stale);
     if (rc == RVK_RC_OK && !ok) rc = RVK_RC_AUTH_FAILURE;
     if (rc == RVK_RC_OK) rc = setNodePassword(node, newPassword);
     if (rc == RVK_RC_OK) rc = store.updateNode(node);

@@ -64,7 +64,9 @@ const Text kTexts[] = {
     {RVK_RC_WILDCARD_NOT_ALLOWED, 'E',
      "A wildcard character (* or ?) is not allowed in this name."},
     {RVK_RC_NAME_EXISTS, 'E', "An active object of that name exists already."},
-    {RVK_RC_CRYPTO_FAILURE, 'E', "The crypto library reported a failure."},
+    {RVK_RC_CRYPTO_FAILURE, 'E',
+     "The crypto library reported a failure, or the installation key vltapi.key of the API "
+     "directory is missing and cannot be made, or is unusable."},
     {RVK_RC_PASSWORD_STORE_ERROR, 'E',
      "The stored password file cannot be used: it is unreadable, not a regular file, or not "
      "private to its owner."},

@@ -1,16 +1,19 @@
 #include "vltapi/passwords.h"
 
+#include <argon2.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
 #include <openssl/rand.h>
+#include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
 
 #include "rvkapi.h"
+#include "vltapi/util.h"
 
 namespace vlt {
 
@@ -21,8 +24,31 @@ bool validPassword(const std::string& pw) {
     return true;
 }
 
-static Rc derive(const std::string& pw, const std::string& salt, int iterations, std::string& out) {
-    unsigned char buf[32];
+namespace {
+
+constexpr char kArgon2Prefix[] = "$argon2id$";
+constexpr size_t kSaltSize = 16;
+constexpr size_t kHashSize = 32;
+
+struct Argon2Cost {
+    uint32_t passes, memoryKiB, lanes;
+};
+
+Argon2Cost currentCost() {
+    const char* fast = getenv("RVK_TEST_FAST_HASH");
+    if (fast && strcmp(fast, "1") == 0) return {1, 64, 1};
+    return {2, 19456, 1};
+}
+
+// "$argon2id$v=19$m=19456,t=2,p=1$": how a hash of that cost starts.
+std::string costPrefix(const Argon2Cost& c) {
+    return std::string(kArgon2Prefix) + "v=" + std::to_string(ARGON2_VERSION_NUMBER) +
+           "$m=" + std::to_string(c.memoryKiB) + ",t=" + std::to_string(c.passes) +
+           ",p=" + std::to_string(c.lanes) + "$";
+}
+
+Rc pbkdf2(const std::string& pw, const std::string& salt, int iterations, std::string& out) {
+    unsigned char buf[kHashSize];
     if (PKCS5_PBKDF2_HMAC(pw.data(), static_cast<int>(pw.size()),
                           reinterpret_cast<const unsigned char*>(salt.data()),
                           static_cast<int>(salt.size()), iterations, EVP_sha256(), sizeof buf,
@@ -33,24 +59,83 @@ static Rc derive(const std::string& pw, const std::string& salt, int iterations,
     return RVK_RC_OK;
 }
 
-Rc setNodePassword(NodeRecord& n, const std::string& pw) {
-    unsigned char salt[16];
+Rc hashPassword(NodeRecord& n, const std::string& pw) {
+    unsigned char salt[kSaltSize];
     if (RAND_bytes(salt, sizeof salt) != 1) return RVK_RC_CRYPTO_FAILURE;
-    std::string s(reinterpret_cast<char*>(salt), sizeof salt), hash;
-    if (Rc rc = derive(pw, s, kPasswordIterations, hash)) return rc;
-    n.pwSalt = s;
-    n.pwHash = hash;
-    n.pwIterations = kPasswordIterations;
+    Argon2Cost c = currentCost();
+    std::string encoded(
+        argon2_encodedlen(c.passes, c.memoryKiB, c.lanes, kSaltSize, kHashSize, Argon2_id), '\0');
+    int r = argon2id_hash_encoded(c.passes, c.memoryKiB, c.lanes, pw.data(), pw.size(), salt,
+                                  sizeof salt, kHashSize, &encoded[0], encoded.size());
+    OPENSSL_cleanse(salt, sizeof salt);
+    if (r == ARGON2_MEMORY_ALLOCATION_ERROR) return RVK_RC_NO_MEMORY;
+    if (r != ARGON2_OK) return RVK_RC_CRYPTO_FAILURE;
+    encoded.resize(strlen(encoded.c_str()));
+    n.pwSalt.clear();
+    n.pwHash = encoded;
+    n.pwIterations = 0;
+    return RVK_RC_OK;
+}
+
+}  // namespace
+
+Rc setNodePassword(NodeRecord& n, const std::string& pw) {
+    if (Rc rc = hashPassword(n, pw)) return rc;
     n.pwSetTime = static_cast<int64_t>(time(nullptr));
     return RVK_RC_OK;
 }
 
-Rc checkNodePassword(const NodeRecord& n, const std::string& pw, bool& ok) {
+Rc checkNodePassword(const NodeRecord& n, const std::string& pw, bool& ok, bool& stale) {
     ok = false;
-    if (n.pwIterations <= 0 || n.pwHash.size() != 32) return RVK_RC_OK;
+    stale = true;
+    if (n.pwHash.compare(0, sizeof kArgon2Prefix - 1, kArgon2Prefix) == 0) {
+        int r = argon2id_verify(n.pwHash.c_str(), pw.data(), pw.size());
+        if (r == ARGON2_MEMORY_ALLOCATION_ERROR) return RVK_RC_NO_MEMORY;
+        // Any other failure (a mismatch, a damaged hash) is a wrong password.
+        ok = r == ARGON2_OK;
+        std::string current = costPrefix(currentCost());
+        stale = n.pwHash.compare(0, current.size(), current) != 0;
+        return RVK_RC_OK;
+    }
+    if (n.pwIterations <= 0 || n.pwHash.size() != kHashSize) return RVK_RC_OK;
     std::string hash;
-    if (Rc rc = derive(pw, n.pwSalt, n.pwIterations, hash)) return rc;
+    if (Rc rc = pbkdf2(pw, n.pwSalt, n.pwIterations, hash)) return rc;
     ok = CRYPTO_memcmp(hash.data(), n.pwHash.data(), hash.size()) == 0;
+    OPENSSL_cleanse(&hash[0], hash.size());
+    return RVK_RC_OK;
+}
+
+Rc upgradeNodePassword(Store& store, NodeRecord& n, const std::string& pw, std::string& err) {
+    NodeRecord fresh = n;
+    if (Rc rc = hashPassword(fresh, pw)) {
+        err = "cannot hash the password";
+        return rc;
+    }
+    NodeRecord now;
+    bool found = false;
+    Rc rc = store.begin(true);
+    if (rc == RVK_RC_OK) rc = store.findNode(n.name, now, found);
+    // A password changed meanwhile by someone else stays as it is.
+    if (rc == RVK_RC_OK && (!found || now.pwHash != n.pwHash || now.pwSalt != n.pwSalt)) {
+        store.rollback();
+        return RVK_RC_OK;
+    }
+    if (rc == RVK_RC_OK) rc = store.updateNode(fresh);
+    if (rc == RVK_RC_OK) {
+        ActLogRecord a;
+        a.date = nowDate();
+        a.node = n.name;
+        a.msgId = "SESSION";
+        a.text = "Password hash renewed at log-on";
+        rc = store.appendActLog(a);
+    }
+    if (rc == RVK_RC_OK) rc = store.commit();
+    if (rc) {
+        err = store.lastError();
+        if (store.inTransaction()) store.rollback();
+        return rc;
+    }
+    n = fresh;
     return RVK_RC_OK;
 }
 
@@ -108,8 +193,10 @@ Rc writeStoredPassword(const std::string& dir, const std::string& node, const st
         err = "cannot make password folder " + dir + ": " + strerror(errno);
         return RVK_RC_PASSWORD_STORE_ERROR;
     }
-    std::string tmp = path + ".tmp." + std::to_string(getpid());
-    int fd = open(tmp.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0600);
+    // A new file of its own (exclusive, mode 0600) renamed over the old one:
+    // nothing planted at either name is followed or written to.
+    std::string tmp = path + ".XXXXXX";
+    int fd = mkstemp(&tmp[0]);
     if (fd < 0) {
         err = "cannot write password file " + path + ": " + strerror(errno);
         return RVK_RC_PASSWORD_STORE_ERROR;

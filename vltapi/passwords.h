@@ -1,5 +1,17 @@
-// Node passwords: salted PBKDF2-HMAC-SHA256 hashes in the repository, and
-// the password files of PASSWORDACCESS GENERATE.
+// Node passwords: salted Argon2id hashes in the repository, and the
+// password files of PASSWORDACCESS GENERATE.
+//
+// A node's hash is kept in libargon2's encoded form ("$argon2id$v=19$m=...,
+// t=...,p=...$salt$hash"), which names its own cost; the salt field stays
+// empty. Repositories made before hold salted PBKDF2-HMAC-SHA256 hashes of
+// 20,000 iterations: they are still accepted, and a successful log-on
+// replaces them (and any Argon2id hash of another cost) with a hash of the
+// current cost.
+//
+// The cost is t=2 passes over 19 MiB, one lane: a log-on spends well under
+// half a second on it. Only the test programs set RVK_TEST_FAST_HASH=1,
+// which makes new hashes nearly free; such a hash is of another cost, so a
+// log-on without the variable replaces it.
 //
 // A password file holds the node's password on its first line. It must be
 // a regular file owned by the user and readable by nobody else (mode 0600);
@@ -15,16 +27,23 @@
 
 namespace vlt {
 
-constexpr int kPasswordIterations = 20000;
+// The iterations of the hashes that repositories made before Argon2id hold.
+constexpr int kLegacyPasswordIterations = 20000;
 
 // 1 to RVK_PASSWORD_MAX printable characters.
 bool validPassword(const std::string& pw);
 
-// Fills the node's salt, hash, iterations and set time for `pw`.
+// Fills the node's hash for `pw` at the current cost and sets its set time.
 Rc setNodePassword(NodeRecord& n, const std::string& pw);
 
-// Compares `pw` with the node's hash in constant time.
-Rc checkNodePassword(const NodeRecord& n, const std::string& pw, bool& ok);
+// Checks `pw` against the node's hash (either kind). `stale` tells that the
+// hash is not of the current kind and cost and should be made anew.
+Rc checkNodePassword(const NodeRecord& n, const std::string& pw, bool& ok, bool& stale);
+
+// After a successful log-on with a stale hash: hashes `pw` anew in a write
+// transaction of its own, unless the hash changed meanwhile, keeping the
+// set time, and notes it in the activity log. `n` gets the new record.
+Rc upgradeNodePassword(Store& store, NodeRecord& n, const std::string& pw, std::string& err);
 
 // <dir>/rvkpw.<NODE>
 std::string passwordFilePath(const std::string& dir, const std::string& node);

@@ -42,7 +42,8 @@ void clientLog(const std::string& text) {
     Environment env = environment();
     if (!env.setUp || env.logDir.empty()) return;
     std::string path = env.logDir + "/" + env.logName;
-    int fd = open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
+    // Never through a symlink planted at the log's name.
+    int fd = open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0644);
     if (fd < 0) return;
     std::string line =
         formatDate(nowDate()) + " libApiQZ[" + std::to_string(getpid()) + "]: " + text + "\n";

@@ -6,7 +6,9 @@
 // its start (BEGIN IMMEDIATE) so that two writers never dead-lock half way.
 // Commits are synchronous (FULL): a committed change survives a crash.
 #include <errno.h>
+#include <fcntl.h>
 #include <sqlite3.h>
+#include <stdio.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -228,6 +230,8 @@ class SqliteStore : public Store {
     }
 
     std::string lastError() const override { return lastError_; }
+    std::string accessWarning() const override { return accessWarning_; }
+    void setAccessWarning(const std::string& w) { accessWarning_ = w; }
 
     Rc fail(int src, const char* what) {
         lastError_ = std::string(what) + ": " + sqlite3_errmsg(db_);
@@ -658,6 +662,7 @@ class SqliteStore : public Store {
     sqlite3* db_;
     std::unordered_map<const void*, sqlite3_stmt*> cache_;
     std::string lastError_;
+    std::string accessWarning_;
     bool inTxn_ = false;
 };
 
@@ -707,6 +712,13 @@ Rc openSqliteStore(const std::string& path, int busyTimeoutMs, std::unique_ptr<S
         err = s->lastError();
         return rc;
     }
+    if (st.st_mode & (S_IRWXG | S_IRWXO)) {
+        char mode[8];
+        snprintf(mode, sizeof mode, "%04o", static_cast<unsigned>(st.st_mode & 07777));
+        s->setAccessWarning("repository " + path + " has mode " + mode +
+                            ": other users may read its password hashes and objects (chmod 600 " +
+                            path + ")");
+    }
     out = std::move(s);
     return RVK_RC_OK;
 }
@@ -722,6 +734,19 @@ Rc createSqliteStore(const std::string& path, const ServerSettings& initial, std
     // link() never replaces a repository made meanwhile by someone else.
     std::string tmp = path + ".new." + std::to_string(getpid());
     unlink(tmp.c_str());
+    // The file is made here, private to its owner, before SQLite opens it:
+    // SQLite would make it with the umask's mode, and gives its write-ahead
+    // log and shared-memory files the mode of the database file.
+    int fd = open(tmp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (fd < 0 || fchmod(fd, 0600) != 0) {
+        err = "cannot create " + path + ": " + strerror(errno);
+        if (fd >= 0) {
+            close(fd);
+            unlink(tmp.c_str());
+        }
+        return RVK_RC_REPOSITORY_ERROR;
+    }
+    close(fd);
     sqlite3* db = nullptr;
     int r = sqlite3_open_v2(tmp.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
     if (r != SQLITE_OK) {

@@ -125,6 +125,10 @@ class Store {
   public:
     virtual ~Store() = default;
     virtual std::string lastError() const = 0;
+    // Says, when it is so, that users other than the repository's owner may
+    // read it (node password hashes, every object, the activity log); ""
+    // otherwise. The library writes it to its error log at log-on.
+    virtual std::string accessWarning() const { return ""; }
 
     // One transaction at a time. `write` takes the repository's write lock
     // at once, waiting up to the busy time-out.
@@ -177,7 +181,8 @@ class Store {
 Rc openStore(const std::string& repository, int busyTimeoutMs, std::unique_ptr<Store>& out,
              std::string& err);
 
-// Creates a new repository (fails when the file exists).
+// Creates a new repository (fails when the file exists), readable and
+// writable by its owner only.
 Rc createStore(const std::string& repository, const ServerSettings& initial, std::string& err);
 
 // The SQLite implementation behind openStore / createStore.

@@ -35,8 +35,10 @@ const char* const kUsage =
     "  init                          create the repository named by REPOSITORY\n"
     "  show                          show the server settings\n"
     "  set KEY VALUE                 change a server setting (for example maxobjpertxn 256)\n"
-    "  node add NODE PASSWORD        register a node\n"
-    "  node passwd NODE PASSWORD     set a node's password\n"
+    "  node add NODE                 register a node\n"
+    "  node passwd NODE              set a node's password\n"
+    "                                (the password is asked for twice on a terminal, else\n"
+    "                                read from the first line of standard input)\n"
     "  node set NODE backdel|archdel yes|no\n"
     "                                allow or forbid the node to delete its objects\n"
     "  node expire NODE              make the node change its password at its next log-on\n"
@@ -92,7 +94,29 @@ int openRepository(Context& c) {
             err += " (create it with: vltadm -c " + c.options.optFile + " init)";
         return fail(err);
     }
+    std::string warning = c.store->accessWarning();
+    if (!warning.empty()) fprintf(stderr, "vltadm: warning: %s\n", warning.c_str());
     return 0;
+}
+
+// The password of `node add` and `node passwd`; see readNewPassword.
+int enterPassword(const std::string& node, std::string& pw) {
+    std::string problem = readNewPassword(node, pw);
+    if (!problem.empty()) return fail(problem + "; nothing was changed");
+    if (!validPassword(pw)) return fail("a password needs 1 to 64 printable characters");
+    return 0;
+}
+
+// The old forms with the password as an argument.
+int refusePasswordArgument(const std::string& command, const std::string& node) {
+    fprintf(stderr,
+            "vltadm: a password is not taken on the command line, where ps and the shell "
+            "history show it\n"
+            "use: vltadm node %s %s\n"
+            "     (asks for the password on a terminal; otherwise reads it from the first line of "
+            "standard input, for example: printf '%%s\\n' \"$PW\" | vltadm node %s %s)\n",
+            command.c_str(), node.c_str(), command.c_str(), node.c_str());
+    return 2;
 }
 
 int findNode(Context& c, const std::string& nameIn, NodeRecord& n) {
@@ -153,16 +177,21 @@ int cmdSet(Context& c, const std::string& key, const std::string& value) {
     return 0;
 }
 
-int cmdNodeAdd(Context& c, const std::string& nameIn, const std::string& pw) {
+int cmdNodeAdd(Context& c, const std::string& nameIn) {
     std::string name = upper(nameIn);
     if (!validNodeName(name))
         return fail("node name '" + nameIn +
                     "' must have 1 to 63 letters, digits, '.', '-' or '_'");
-    if (!validPassword(pw)) return fail("a password needs 1 to 64 printable characters");
     if (int rc = openRepository(c)) return rc;
-    if (c.store->begin(true)) return fail(c.store->lastError());
     NodeRecord n;
     bool found = false;
+    if (c.store->findNode(name, n, found)) return fail(c.store->lastError());
+    if (found) return fail("node " + name + " is already registered");
+    std::string pw;
+    if (int rc = enterPassword(name, pw)) return rc;
+    // Looked up again inside the transaction: another vltadm may have
+    // registered it while the password was typed.
+    if (c.store->begin(true)) return fail(c.store->lastError());
     if (c.store->findNode(name, n, found)) return fail(c.store->lastError());
     if (found) return fail("node " + name + " is already registered");
     n = NodeRecord();
@@ -174,12 +203,14 @@ int cmdNodeAdd(Context& c, const std::string& nameIn, const std::string& pw) {
     return storePasswordFile(c, name, pw);
 }
 
-int cmdNodePasswd(Context& c, const std::string& nameIn, const std::string& pw) {
-    if (!validPassword(pw)) return fail("a password needs 1 to 64 printable characters");
+int cmdNodePasswd(Context& c, const std::string& nameIn) {
     if (int rc = openRepository(c)) return rc;
-    if (c.store->begin(true)) return fail(c.store->lastError());
     NodeRecord n;
     if (int rc = findNode(c, nameIn, n)) return rc;
+    std::string pw;
+    if (int rc = enterPassword(n.name, pw)) return rc;
+    if (c.store->begin(true)) return fail(c.store->lastError());
+    if (int rc = findNode(c, nameIn, n)) return rc;  // afresh, inside the transaction
     if (setNodePassword(n, pw)) return fail("the crypto library failed");
     if (c.store->updateNode(n)) return fail(c.store->lastError());
     logActivity(*c.store, n.name, "Password set by the administrator");
@@ -305,8 +336,10 @@ int main(int argc, char** argv) {
     if (cmd == "show" && n == 1) return cmdShow(c);
     if (cmd == "set" && n == 3) return cmdSet(c, args[1], args[2]);
     if (cmd == "node" && n >= 2) {
-        if (args[1] == "add" && n == 4) return cmdNodeAdd(c, args[2], args[3]);
-        if (args[1] == "passwd" && n == 4) return cmdNodePasswd(c, args[2], args[3]);
+        if ((args[1] == "add" || args[1] == "passwd") && n == 4)
+            return refusePasswordArgument(args[1], args[2]);
+        if (args[1] == "add" && n == 3) return cmdNodeAdd(c, args[2]);
+        if (args[1] == "passwd" && n == 3) return cmdNodePasswd(c, args[2]);
         if (args[1] == "set" && n == 5) return cmdNodeSet(c, args[2], args[3], args[4]);
         if (args[1] == "expire" && n == 3) return cmdNodeExpire(c, args[2]);
         if (args[1] == "list" && n == 2) return cmdNodeList(c);

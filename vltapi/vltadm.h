@@ -1,5 +1,5 @@
-// The admin tool's commands that work on objects (load, list), shared
-// between its two source files.
+// The parts of the admin tool that live in files of their own: the
+// commands that work on objects (load, list) and the password entry.
 #ifndef VLTAPI_VLTADM_H
 #define VLTAPI_VLTADM_H
 
@@ -20,6 +20,12 @@ int loadObjects(Store& store, const NodeRecord& node, const std::string& owner,
 
 // Writes "id<TAB>fs<TAB>hl<TAB>ll<TAB>date<TAB>size<TAB>state" lines.
 int listObjects(Store& store, const NodeRecord& node, std::ostream& out, std::string& err);
+
+// Reads a new password for `node`: from the terminal on standard input
+// with the echo off, asked twice; otherwise the first line of standard
+// input, and a second line, if there is one, must be the same. Returns ""
+// with `pw` set, or what went wrong.
+std::string readNewPassword(const std::string& node, std::string& pw);
 
 }  // namespace vlt
 

@@ -82,11 +82,11 @@ TEST(Vltadm, InitNodesAndSettings) {
     auto again = repo.adm("init");
     EXPECT_NE(again.status, 0);
     EXPECT_TRUE(mentions(again, "already exists")) << again.err;
-    auto dup = repo.adm("node add NODE1 other");
+    auto dup = repo.adm("node add NODE1", "other\n");
     EXPECT_NE(dup.status, 0);
     EXPECT_TRUE(mentions(dup, "already registered")) << dup.err;
-    EXPECT_NE(repo.adm("node add 'bad name' pw").status, 0);
-    EXPECT_NE(repo.adm("node passwd ghost pw").status, 0);
+    EXPECT_NE(repo.adm("node add 'bad name'", "pw\n").status, 0);
+    EXPECT_NE(repo.adm("node passwd ghost", "pw\n").status, 0);
 
     EXPECT_EQ(repo.adm("set maxobjpertxn 17").status, 0);
     auto bad = repo.adm("set maxobjpertxn lots");
@@ -109,7 +109,7 @@ TEST(Vltadm, GenerateStoresAPrivatePasswordFile) {
     struct stat dir;
     ASSERT_EQ(stat(repo.path("pw").c_str(), &dir), 0);
     EXPECT_EQ(dir.st_mode & 0777, 0700u);
-    ASSERT_EQ(repo.adm("node add node3 third").status, 0);
+    ASSERT_EQ(repo.adm("node add node3", "third\n").status, 0);
     struct stat st;
     ASSERT_EQ(stat(repo.path("pw/rvkpw.NODE3").c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 0777, 0600u);

@@ -1,5 +1,4 @@
-// Message texts, events, the cipher, fault injection and loading the
-// library by name.
+// Message texts, events, fault injection and loading the library by name.
 #include <gtest/gtest.h>
 #include <stdlib.h>
 #include <string.h>
@@ -63,30 +62,6 @@ TEST(Messages, UnknownCodesAndShortBuffers) {
     EXPECT_EQ(m.msgLength, rcText(RVK_RC_AUTH_FAILURE).size());
     m.stVersion = 2;
     EXPECT_EQ(rvkRCMsgEx(RVK_RC_AUTH_FAILURE, &m), RVK_RC_BAD_STVERSION);
-}
-
-TEST(Cipher, RoundTripWithANodeKey) {
-    unsigned char k1[8], k1upper[8], k2[8];
-    ASSERT_EQ(rvkCreateDesKeyEx(k1, const_cast<char*>("node1")), RVK_RC_OK);
-    ASSERT_EQ(rvkCreateDesKeyEx(k1upper, const_cast<char*>("NODE1")), RVK_RC_OK);
-    ASSERT_EQ(rvkCreateDesKeyEx(k2, const_cast<char*>("node2")), RVK_RC_OK);
-    EXPECT_EQ(memcmp(k1, k1upper, 8), 0);
-    EXPECT_NE(memcmp(k1, k2, 8), 0);
-
-    unsigned char plain[8] = {'s', 'e', 'c', 'r', 'e', 't', 0, 0}, c1[8], c2[8], back[8];
-    ASSERT_EQ(rvkEncryptEx(k1, plain, c1), RVK_RC_OK);
-    EXPECT_NE(memcmp(plain, c1, 8), 0);
-    ASSERT_EQ(rvkEncryptEx(k2, plain, c2), RVK_RC_OK);
-    EXPECT_NE(memcmp(c1, c2, 8), 0);
-    ASSERT_EQ(rvkDecryptEx(k1, c1, back), RVK_RC_OK);
-    EXPECT_EQ(memcmp(plain, back, 8), 0);
-    ASSERT_EQ(rvkDecryptEx(k2, c1, back), RVK_RC_OK);
-    EXPECT_NE(memcmp(plain, back, 8), 0);
-    unsigned char again[8];
-    ASSERT_EQ(rvkEncryptEx(k1, plain, again), RVK_RC_OK);
-    EXPECT_EQ(memcmp(c1, again, 8), 0);  // one block, one key: always the same
-    ASSERT_EQ(rvkCreateDesKeyEx(k2, const_cast<char*>("")), RVK_RC_OK);
-    EXPECT_EQ(rvkEncryptEx(nullptr, plain, c1), RVK_RC_NULL_POINTER);
 }
 
 class Events : public ::testing::Test {

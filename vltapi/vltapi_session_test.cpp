@@ -142,7 +142,7 @@ TEST_F(Session, OptionFileFromEnvironment) {
 
 TEST_F(Session, GenerateUsesTheStoredPassword) {
     Repo gen("PASSWORDACCESS GENERATE\n");
-    ASSERT_EQ(gen.adm("node passwd node1 kept-secret").status, 0);
+    ASSERT_EQ(gen.adm("node passwd node1", "kept-secret\n").status, 0);
     struct stat st;
     ASSERT_EQ(stat(gen.path("rvkpw.NODE1").c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 0777, 0600u);

@@ -21,9 +21,11 @@ const char kOptions[] =
     "BUSYTIMEOUT 20\n";
 
 void makeRepository(const std::string& optFile) {
-    for (const char* args : {"init", "node add node1 pw-one", "node add node2 pw-two"}) {
-        auto r = zebotest::run("'" + vltadmPath() + "' -c '" + optFile + "' " + args);
-        if (r.status != 0) ADD_FAILURE() << "vltadm " << args << ": " << r.err;
+    const char* const steps[][2] = {
+        {"init", ""}, {"node add node1", "pw-one\n"}, {"node add node2", "pw-two\n"}};
+    for (auto& step : steps) {
+        auto r = zebotest::run("'" + vltadmPath() + "' -c '" + optFile + "' " + step[0], step[1]);
+        if (r.status != 0) ADD_FAILURE() << "vltadm " << step[0] << ": " << r.err;
     }
 }
 

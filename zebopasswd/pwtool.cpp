@@ -126,6 +126,28 @@ int verifyPassword(AgentContext* context, char* password) {
     return rc;
 }
 
+// Whether the client library can make the node key: without its
+// installation key it gives none, and a file written then would hold
+// nothing of the password. One block is enciphered and deciphered back.
+bool keyUsable(AgentContext* context) {
+    unsigned char key[8], plain[8] = {'z', 'e', 'b', 'o', 'k', 'e', 'y', '1'};
+    unsigned char cipher[8] = {0}, back[8] = {0};
+    pszeboSetKey(key, context);
+    gRvkApiObjP->drvkEncryptEx(RvkApiStatusObjP, key, plain, cipher);
+    gRvkApiObjP->drvkDecryptEx(RvkApiStatusObjP, key, cipher, back);
+    bool usable = memcmp(plain, back, sizeof plain) == 0 && memcmp(plain, cipher, 8) != 0;
+    explicit_bzero(key, sizeof key);
+    if (!usable) {
+        fprintf(stderr,
+                "zebopasswd: the client library cannot make the node's key: its installation "
+                "key vltapi.key in %s is missing and cannot be made, or is unusable (the reason "
+                "is in zeboerror.log).\n"
+                "zebopasswd: the password file was not changed.\n",
+                context->optValue[OPT_RVKI_DIR]);
+    }
+    return usable;
+}
+
 int run(int argc, char** argv, FILE* in, bool terminal, AgentContext* context) {
     if (argc > 2) {
         fputs(kUsage, stderr);
@@ -170,6 +192,7 @@ int run(int argc, char** argv, FILE* in, bool terminal, AgentContext* context) {
     }
     int rc = startApi(context);
     if (rc == 0) rc = verifyPassword(context, password);
+    if (rc == 0 && !keyUsable(context)) rc = PW_EXIT_FAILED;
     if (rc == 0) {
         rc = pszeboUpdatePswd(password, context);
         char dir[ZEBO_PSWD_DIR_SIZE], path[ZEBO_PSWD_PATH_SIZE];

@@ -1,6 +1,7 @@
 // Black-box runs of the built zebopasswd against a scratch installation.
 #include <gtest/gtest.h>
 #include <string.h>
+#include <sys/stat.h>
 
 #include <regex>
 #include <string>
@@ -39,6 +40,7 @@ TEST_F(ZebopasswdTest, StoresAVerifiedPasswordThatTheAgentReadsBack) {
     EXPECT_EQ(57, zebotest::fileSize(passwordFile()));
 
     ASSERT_EQ(0, agenttest::loadClientLibrary());
+    ASSERT_EQ(0, agenttest::setUpApi(install_.path(""), install_.logDir()));
     AgentContext context = AgentContext();
     strcpy(context.optValue[OPT_ZEBO_NODE], agenttest::nodeName());
     snprintf(context.optValue[OPT_ZEBO_PSWDPATH], ZEBO_OPT_VALUE_SIZE, "%s",
@@ -73,6 +75,19 @@ TEST_F(ZebopasswdTest, OldFileStaysWhenEntriesDifferOrTheLogOnFails) {
     RunResult none = zebopasswd(optArg(), "");
     EXPECT_EQ(1, none.status);
     EXPECT_EQ(stored, readFile(passwordFile()));
+}
+
+TEST_F(ZebopasswdTest, NothingIsWrittenWithoutAUsableInstallationKey) {
+    ASSERT_EQ(0, zebopasswd(optArg(), twice(agenttest::nodePassword())).status);
+    const std::string stored = readFile(passwordFile());
+    const std::string key = install_.path("vltapi.key");
+    ASSERT_EQ(0, chmod(key.c_str(), 0640));
+    RunResult r = zebopasswd(optArg(), twice(agenttest::nodePassword()));
+    EXPECT_EQ(1, r.status);
+    EXPECT_NE(std::string::npos, r.err.find("installation key vltapi.key")) << r.err;
+    EXPECT_EQ(stored, readFile(passwordFile()));
+    EXPECT_NE(std::string::npos,
+              readFile(install_.logDir() + "/zeboerror.log").find("may be read by others"));
 }
 
 TEST_F(ZebopasswdTest, LogOnIsRetriedWhileTheServerIsUnreachable) {

@@ -60,7 +60,7 @@ ZEBO_TRACE_FILE $dir/zebosync.trace
 ZEBO_TRACE_FLAGS ORCLEVEL1
 EOF
     vltadm -c "$dir/rvk.opt" init > /dev/null
-    vltadm -c "$dir/rvk.opt" node add BENCH bench-pw > /dev/null
+    printf 'bench-pw\n' | vltadm -c "$dir/rvk.opt" node add BENCH > /dev/null
 
     # Objects c-<i>-<i*7>-1, spread over 2023; every tenth one is missing from
     # the catalog. Handles in the catalog are shuffled against the server's

@@ -20,7 +20,7 @@ trap 'rm -rf "$work"' EXIT
 opt=$work/rvk.opt
 printf 'REPOSITORY bench.db\nSERVERNAME BENCH\nNODENAME BENCH1\nPASSWORDACCESS PROMPT\n' >"$opt"
 "$adm" -c "$opt" init >/dev/null
-"$adm" -c "$opt" node add bench1 bench-pw
+printf 'bench-pw\n' | "$adm" -c "$opt" node add bench1
 
 awk -v n="$n" 'BEGIN {
     for (i = 0; i < n; i++)

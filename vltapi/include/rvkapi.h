@@ -849,13 +849,18 @@ RVK_EXPORT int16_t rvkLogEventEx(uint32_t handle, rvkLogEventIn* in, rvkLogEvent
 
 /* --- Cipher -------------------------------------------------------------- */
 
-/* Makes an 8-byte key from a node name (case-insensitive; "" allowed).
-   Returns 0, RVK_RC_NULL_POINTER, RVK_RC_CRYPTO_FAILURE. */
+/* Makes an 8-byte key from a node name (case-insensitive; "" allowed) and
+   the installation key, the file "vltapi.key" of the API directory (made,
+   mode 0600, when it is missing). The key buffer is left as it was on
+   failure. Returns 0, RVK_RC_NULL_POINTER, RVK_RC_STRING_TOO_LONG,
+   RVK_RC_CRYPTO_FAILURE (also when the installation key cannot be read or
+   made, or others may read it; the client error log says why). */
 RVK_EXPORT int16_t rvkCreateDesKeyEx(unsigned char* key, char* nodeName);
 
 /* Enciphers / deciphers one 8-byte block with a key from rvkCreateDesKeyEx
-   (triple DES, the key expanded inside the library). Returns 0,
-   RVK_RC_NULL_POINTER, RVK_RC_CRYPTO_FAILURE. */
+   (triple DES, the key expanded inside the library with the installation
+   key). Returns 0, RVK_RC_NULL_POINTER, RVK_RC_CRYPTO_FAILURE (the output
+   block is then left as it was). */
 RVK_EXPORT int16_t rvkEncryptEx(unsigned char* key, unsigned char* plain, unsigned char* cipher);
 RVK_EXPORT int16_t rvkDecryptEx(unsigned char* key, unsigned char* cipher, unsigned char* plain);
 
