@@ -104,8 +104,8 @@ expect "vltadm node set ORA1 backdel " yes no
 printf 'REPOSITORY vlt.db\n' >"$work/rvk.opt"
 PATH=$bin_dir:$PATH
 if vltadm -c "$work/rvk.opt" init >/dev/null &&
-    vltadm -c "$work/rvk.opt" node add ORA1 secret1 >/dev/null &&
-    vltadm -c "$work/rvk.opt" node add ORA2 secret2 >/dev/null; then
+    printf 'secret1\n' | vltadm -c "$work/rvk.opt" node add ORA1 >/dev/null &&
+    printf 'secret2\n' | vltadm -c "$work/rvk.opt" node add ORA2 >/dev/null; then
     expect "vltadm -c $work/rvk.opt count " ORA1 ORA2
     expect "vltadm -c $work/rvk.opt node expire ORA" ORA1 ORA2
     expect "vltadm -c $work/rvk.opt node add "
