@@ -198,7 +198,10 @@ int16_t pickAndDelete(SyncList* syncList, AgentContext* context, BTree* index, U
         int16_t rc = utDeleteFiles(syncList, context, &pass);
         reportPass(report, pass);
         // Interrupted during the pass: its summary and report are out.
-        if (int signo = utPendingSignal()) utExitOnSignal(signo);
+        if (int signo = utPendingSignal()) {
+            fflush(nullptr);  // the summary, before the run ends without stdio
+            utExitOnSignal(signo);
+        }
         if (rc != 0) {
             endSession(context);
             utDeleteTree(index);
