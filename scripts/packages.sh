@@ -1,7 +1,7 @@
 # The Debian packages the project needs to build, test and run its demo.
 # Sourced by the test and demo scripts.
 ZEBO_PACKAGES=(g++ cmake make pkg-config libgtest-dev libgmock-dev libbenchmark-dev
-    libsqlite3-dev sqlite3 libssl-dev locales tmux libc-bin file man-db)
+    libsqlite3-dev sqlite3 libpq-dev postgresql libssl-dev locales tmux libc-bin file man-db)
 
 zebo_need_packages() {
     local missing=()

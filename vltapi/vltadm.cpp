@@ -85,7 +85,8 @@ int openRepository(Context& c) {
         return fail("option file " + c.options.optFile + " names no REPOSITORY");
     std::string err;
     if (openStore(c.options.repository, c.options.busyTimeoutMs, c.store, err)) {
-        if (access(c.options.repository.c_str(), F_OK) != 0)
+        if (!isServerRepository(c.options.repository) &&
+            access(c.options.repository.c_str(), F_OK) != 0)
             err += " (create it with: vltadm -c " + c.options.optFile + " init)";
         return fail(err);
     }
@@ -166,6 +167,7 @@ int cmdNodeAdd(Context& c, const std::string& nameIn, const std::string& pw) {
     n.name = name;
     if (setNodePassword(n, pw)) return fail("the crypto library failed");
     if (c.store->insertNode(n)) return fail(c.store->lastError());
+    if (c.store->setServerPassword(name, pw)) return fail(c.store->lastError());
     logActivity(*c.store, name, "Node registered");
     if (c.store->commit()) return fail(c.store->lastError());
     return storePasswordFile(c, name, pw);
@@ -179,6 +181,7 @@ int cmdNodePasswd(Context& c, const std::string& nameIn, const std::string& pw) 
     if (int rc = findNode(c, nameIn, n)) return rc;
     if (setNodePassword(n, pw)) return fail("the crypto library failed");
     if (c.store->updateNode(n)) return fail(c.store->lastError());
+    if (c.store->setServerPassword(n.name, pw)) return fail(c.store->lastError());
     logActivity(*c.store, n.name, "Password set by the administrator");
     if (c.store->commit()) return fail(c.store->lastError());
     return storePasswordFile(c, n.name, pw);

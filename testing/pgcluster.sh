@@ -1,0 +1,94 @@
+#!/usr/bin/env bash
+# A throwaway PostgreSQL cluster for tests and the demo.
+#
+#   pgcluster.sh start DIR   initdb into DIR/data and start the server
+#   pgcluster.sh stop DIR    stop it and remove DIR
+#
+# The server listens on a Unix socket in DIR/sock only (no TCP port) and
+# asks every connection for a password (SCRAM). Its superuser is "vltadmin";
+# the password is in DIR/pgpass, a libpq password file (PGPASSFILE). The
+# server refuses to run as root: run as root, it runs as the unprivileged
+# "postgres" system user, which then owns DIR/data.
+set -euo pipefail
+
+cmd=${1:-}
+dir=${2:-}
+[ -n "$cmd" ] && [ -n "$dir" ] || {
+    echo "usage: $0 start|stop DIR" >&2
+    exit 2
+}
+bindir=${PG_BINDIR:-}
+if [ -z "$bindir" ]; then
+    for d in /usr/lib/postgresql/*/bin; do
+        [ -x "$d/initdb" ] && bindir=$d
+    done
+fi
+if [ -z "$bindir" ] || [ ! -x "$bindir/initdb" ]; then
+    echo "pgcluster: no PostgreSQL server found (install the Debian package postgresql)" >&2
+    exit 1
+fi
+
+# Runs a server program as the user that owns the data.
+as_owner() {
+    if [ "$(id -u)" -eq 0 ]; then
+        runuser -u postgres -- "$@"
+    else
+        "$@"
+    fi
+}
+
+case $cmd in
+start)
+    mkdir -p "$dir"
+    dir=$(cd "$dir" && pwd)
+    if [ -f "$dir/data/postmaster.pid" ]; then
+        as_owner "$bindir/pg_ctl" -D "$dir/data" stop -m immediate >/dev/null 2>&1 || true
+    fi
+    rm -rf "$dir/data" "$dir/sock" "$dir/pgpass" "$dir/pwfile"
+    mkdir -p "$dir/data" "$dir/sock"
+    chmod 700 "$dir/data"
+    pw=$(head -c 18 /dev/urandom | base64 | tr -d '/+=')
+    umask 077
+    printf '%s\n' "$pw" >"$dir/pwfile"
+    printf '*:*:*:vltadmin:%s\n' "$pw" >"$dir/pgpass"
+    if [ "$(id -u)" -eq 0 ]; then
+        id postgres >/dev/null 2>&1 || {
+            echo "pgcluster: running as root, but there is no 'postgres' user to run the server" >&2
+            exit 1
+        }
+        chown postgres "$dir/data" "$dir/sock" "$dir/pwfile"
+        runuser -u postgres -- test -x "$dir/sock" || {
+            echo "pgcluster: the user postgres cannot reach $dir (a parent folder is closed)" >&2
+            exit 1
+        }
+    fi
+    if ! as_owner "$bindir/initdb" -D "$dir/data" -U vltadmin --pwfile="$dir/pwfile" \
+        --auth-local=scram-sha-256 --auth-host=reject -E UTF8 --locale=C --no-sync \
+        >"$dir/initdb.log" 2>&1; then
+        cat "$dir/initdb.log" >&2
+        echo "pgcluster: initdb failed" >&2
+        exit 1
+    fi
+    rm -f "$dir/pwfile"
+    # The cluster is thrown away after the tests: no need to flush to disk.
+    if ! as_owner "$bindir/pg_ctl" -D "$dir/data" -l "$dir/data/server.log" -w -t 60 \
+        -o "-c listen_addresses='' -k '$dir/sock' -c fsync=off -c full_page_writes=off \
+            -c max_connections=200" start >/dev/null; then
+        cat "$dir/data/server.log" >&2 || true
+        echo "pgcluster: the server did not start" >&2
+        exit 1
+    fi
+    echo "pgcluster: server running, socket in $dir/sock, password file $dir/pgpass"
+    ;;
+stop)
+    [ -d "$dir" ] || exit 0
+    if [ -f "$dir/data/postmaster.pid" ]; then
+        as_owner "$bindir/pg_ctl" -D "$dir/data" stop -m fast -w >/dev/null
+    fi
+    rm -rf "$dir"
+    ;;
+*)
+    echo "usage: $0 start|stop DIR" >&2
+    exit 2
+    ;;
+esac
