@@ -30,6 +30,8 @@ class Repo {
     const std::string& repository() const { return repository_; }
     // A REPOSITORY value for another repository called `name`, not made.
     std::string other(const std::string& name) const;
+    // PostgreSQL: the repository's database.
+    const std::string& database() const { return database_; }
     std::string path(const std::string& name) const { return dir_.file(name); }
     // Runs "vltadm -c <optFile> <args>".
     zebotest::RunResult adm(const std::string& args, const std::string& input = "") const;
