@@ -404,6 +404,20 @@ class PgStore : public Store {
             [&](const Row& w) { o.id = static_cast<uint64_t>(w.num(0)); });
     }
 
+    // The sequence moves past the copied id in the same statement.
+    Rc insertObjectAsIs(const ObjectRecord& o) override {
+        std::vector<PgParam> p = objectParams(o);
+        p.push_back(pgU64(o.id));
+        return c_->exec(
+            "INSERT INTO objects(node_id, fs_id, hl, ll, type, owner, mc, ins_date, deact_date, "
+            "size, state, has_data, info, id) SELECT $1::bigint, $2::bigint, $3::text, $4::text, "
+            "$5::int, $6::text, $7::text, $8::bigint, $9::bigint, $10::bigint, $11::int, "
+            "$12::boolean, $13::bytea, $14::bigint FROM (SELECT setval('object_ids', "
+            "greatest($14::bigint + 1, (SELECT CASE WHEN is_called THEN last_value + 1 ELSE "
+            "last_value END FROM object_ids)), false)) s",
+            p, "copy object");
+    }
+
     Rc updateObject(const ObjectRecord& o) override {
         std::vector<PgParam> p = objectParams(o);
         p.push_back(pgU64(o.id));

@@ -176,6 +176,9 @@ class Store {
     // Inserts `o` (its id is set) as an active object; an active object of
     // the same name becomes inactive with deactivation date o.insDate.
     virtual Rc insertObject(ObjectRecord& o) = 0;
+    // Inserts `o` exactly as given, id and state included (copying a
+    // repository); later ids of new objects stay above it.
+    virtual Rc insertObjectAsIs(const ObjectRecord& o) = 0;
     // Writes every field of an existing object.
     virtual Rc updateObject(const ObjectRecord& o) = 0;
     // Deletes the object and its data; `changed` is false when it was gone.

@@ -45,6 +45,8 @@ const char* const kUsage =
     "                                low-level name, date, size, state\n"
     "  count NODE                    count a node's objects\n"
     "  actlog                        show the activity log\n"
+    "  copy FROM_OPTIONS TO_OPTIONS  copy the repository of one option file into a new one\n"
+    "                                named by another (SQLite to PostgreSQL, for example)\n"
     "The option file is -c FILE, else $RVKI_CONFIG, else $RVKI_DIR/rvk.opt, "
     "else " RVK_DEFAULT_API_DIR "/rvk.opt.\n";
 
@@ -275,6 +277,16 @@ int cmdActlog(Context& c) {
     return rc ? fail(c.store->lastError()) : 0;
 }
 
+int cmdCopy(const std::string& fromFile, const std::string& toFile) {
+    Options from, to;
+    std::string err;
+    if (readOptionFile(fromFile, from, err) || readOptionFile(toFile, to, err)) return fail(err);
+    if (from.repository.empty() || to.repository.empty())
+        return fail("both option files must name a REPOSITORY");
+    if (copyRepository(from, to, err)) return fail(err);
+    return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -290,6 +302,8 @@ int main(int argc, char** argv) {
         args.erase(args.begin(), args.begin() + 2);
     }
     if (args.empty()) return usage("no command given");
+    // A copy names both option files itself.
+    if (args[0] == "copy" && args.size() == 3) return cmdCopy(args[1], args[2]);
     if (optFile.empty()) optFile = defaultOptionFile();
     Context c;
     std::string err;

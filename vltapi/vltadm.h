@@ -6,6 +6,7 @@
 #include <iosfwd>
 #include <string>
 
+#include "vltapi/options.h"
 #include "vltapi/store.h"
 
 namespace vlt {
@@ -20,6 +21,11 @@ int loadObjects(Store& store, const NodeRecord& node, const std::string& owner,
 
 // Writes "id<TAB>fs<TAB>hl<TAB>ll<TAB>date<TAB>size<TAB>state" lines.
 int listObjects(Store& store, const NodeRecord& node, std::ostream& out, std::string& err);
+
+// Copies the repository of `from` into a new one named by `to` (made by
+// the copy) and checks the counts. Returns 0, or 1 with `err` (then the
+// new repository holds no nodes or objects).
+int copyRepository(const Options& from, const Options& to, std::string& err);
 
 }  // namespace vlt
 

@@ -3,6 +3,7 @@
 // in the middle of a transaction. Runs against the throwaway cluster.
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <unistd.h>
 
 #include <string>
 #include <thread>
@@ -161,6 +162,63 @@ TEST_F(Pg, ALostConnectionLeavesNothingHalfDone) {
     ASSERT_EQ(logOn(&h, "node1", "pw-one"), RVK_RC_OK);
     EXPECT_EQ(deleteInTxn(h, {mine[0], mine[1]}, RVK_VOTE_COMMIT, &reason), RVK_RC_OK);
     EXPECT_EQ(repo.count("node1"), 3u);
+}
+
+}  // namespace
+
+namespace {
+
+TEST(PgCopy, SqliteRepositoryMovesWithPasswordsIdsStatesAndLog) {
+    ASSERT_TRUE(pgMode()) << "these tests need the test cluster: VLT_TEST_PG names its folder";
+    Repo from("", Repo::Kind::Sqlite);
+    from.load("node1", objectLines("/one", 4));
+    // The same names again: the first four become inactive.
+    from.load("node1", objectLines("/one", 2));
+    from.load("node2", objectLines("/two", 3));
+    ASSERT_EQ(from.adm("node passwd node2 changed-pw").status, 0);
+
+    std::string db = "copy" + std::to_string(getpid());
+    ASSERT_TRUE(pgSql("postgres", "CREATE DATABASE " + db).empty());
+    std::string toOpt = from.path("to.opt");
+    zebotest::writeFile(toOpt, "REPOSITORY " + pgUri(db) + "\nNODENAME node1\n");
+    auto r = zebotest::run("'" + vltadmPath() + "' copy '" + from.optFile() + "' '" + toOpt + "'");
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find("copied 2 nodes, 2 file spaces, 9 objects"), std::string::npos) << r.out;
+    // A second copy into the same database is refused.
+    EXPECT_NE(zebotest::run("'" + vltadmPath() + "' copy '" + from.optFile() + "' '" + toOpt + "'")
+                  .status,
+              0);
+
+    // The nodes log on with their old passwords, now checked by the server,
+    // and see the same objects with the same ids and states.
+    auto everything = [](const std::string& opt, const char* node, const char* pw) {
+        EXPECT_EQ(setUp(opt), RVK_RC_OK);
+        uint32_t h = 0;
+        EXPECT_EQ(logOn(&h, node, pw), RVK_RC_OK) << opt;
+        std::vector<std::string> out;
+        for (const Obj& o : query(h, "*", "*", "*", RVK_STATE_ANY).objects)
+            out.push_back(std::to_string(o.id) + " " + o.fs + o.hl + o.ll + " " +
+                          std::to_string(o.state) + " " + std::to_string(o.size));
+        rvkCleanUp(RVK_MULTITHREAD);
+        return out;
+    };
+    auto before = everything(from.optFile(), "node1", "pw-one");
+    EXPECT_EQ(before.size(), 6u);
+    EXPECT_EQ(everything(toOpt, "node1", "pw-one"), before);
+    EXPECT_EQ(everything(toOpt, "node2", "changed-pw").size(), 3u);
+    auto log = zebotest::run("'" + vltadmPath() + "' -c '" + toOpt + "' actlog").out;
+    EXPECT_EQ(log, from.adm("actlog").out);
+    // New objects get ids after the copied ones.
+    ASSERT_EQ(zebotest::run("'" + vltadmPath() + "' -c '" + toOpt + "' load node2",
+                            objectLines("/new", 1))
+                  .status,
+              0);
+    auto listing =
+        zebotest::lines(zebotest::run("'" + vltadmPath() + "' -c '" + toOpt + "' list node2").out);
+    ASSERT_FALSE(listing.empty());
+    EXPECT_GT(strtoull(listing.back().c_str(), nullptr, 10),
+              strtoull(before.back().c_str(), nullptr, 10));
+    pgSql("postgres", "DROP DATABASE " + db + " WITH (FORCE)");
 }
 
 }  // namespace

@@ -23,9 +23,13 @@ const char kOptions[] =
     "PASSWORDACCESS PROMPT\n"
     "BUSYTIMEOUT 20\n";
 
+// The cluster's folder; its password file is where libpq (here and in
+// vltadm) looks for the administrator's password.
 std::string pgDir() {
     const char* d = getenv("VLT_TEST_PG");
-    return d ? d : "";
+    if (!d || !*d) return "";
+    setenv("PGPASSFILE", (std::string(d) + "/pgpass").c_str(), 1);
+    return d;
 }
 
 void makeRepository(const Repo& repo) {
@@ -39,7 +43,7 @@ void makeRepository(const Repo& repo) {
 // start from a copy of it instead of running vltadm three times.
 std::string templateRepository() {
     static std::unique_ptr<Repo> repo;
-    if (!repo) repo.reset(new Repo("* template\n"));
+    if (!repo) repo.reset(new Repo("* template\n", Repo::Kind::Sqlite));
     return repo->repository();
 }
 
@@ -80,15 +84,15 @@ void addNode(const Repo& repo, const std::string& node, const std::string& passw
     if (r.status != 0) ADD_FAILURE() << "vltadm node add " << node << ": " << r.err;
 }
 
-Repo::Repo(const std::string& extraOptions) {
+Repo::Repo(const std::string& extraOptions, Kind kind) {
     optFile_ = dir_.file("rvk.opt");
-    if (pgMode()) {
+    bool pg = pgMode() && kind == Kind::Default;
+    if (pg) {
         // Every repository is a database of its own: nodes are roles of the
         // cluster, and a password changed in one test must not leak into
         // another.
         static int serial = 0;
         database_ = "t" + std::to_string(getpid()) + "_" + std::to_string(++serial);
-        setenv("PGPASSFILE", (pgDir() + "/pgpass").c_str(), 1);
         auto r = pgSql("postgres", "CREATE DATABASE " + database_);
         if (!r.empty())
             ADD_FAILURE() << "the test cluster in " << pgDir()
@@ -98,7 +102,7 @@ Repo::Repo(const std::string& extraOptions) {
         repository_ = dir_.file("repo.db");
     }
     zebotest::writeFile(optFile_, "REPOSITORY " + repository_ + "\n" + kOptions + extraOptions);
-    if (extraOptions.empty() && !pgMode()) {
+    if (extraOptions.empty() && !pg) {
         // vltadm leaves no write-ahead log behind: the file is all of it.
         zebotest::writeFile(repository_, zebotest::readFile(templateRepository()));
     } else {

@@ -22,8 +22,10 @@ namespace vltest {
 // server name TESTSRV, and the option file rvk.opt next to it.
 class Repo {
   public:
-    // `extraOptions` is appended to the option file.
-    explicit Repo(const std::string& extraOptions = "");
+    enum class Kind { Default, Sqlite };
+    // `extraOptions` is appended to the option file. Kind::Sqlite makes an
+    // SQLite repository whatever the tests run against.
+    explicit Repo(const std::string& extraOptions = "", Kind kind = Kind::Default);
     ~Repo();
     const std::string& optFile() const { return optFile_; }
     // The REPOSITORY value: the file's full name or the database's URI.
