@@ -3,6 +3,7 @@
 #
 #   pgcluster.sh start DIR   initdb into DIR/data and start the server
 #   pgcluster.sh stop DIR    stop it and remove DIR
+#   pgcluster.sh sql DIR DB SQL   run SQL in database DB as the superuser
 #
 # The server listens on a Unix socket in DIR/sock only (no TCP port) and
 # asks every connection for a password (SCRAM). Its superuser is "vltadmin";
@@ -14,7 +15,7 @@ set -euo pipefail
 cmd=${1:-}
 dir=${2:-}
 [ -n "$cmd" ] && [ -n "$dir" ] || {
-    echo "usage: $0 start|stop DIR" >&2
+    echo "usage: $0 start|stop DIR, or $0 sql DIR DB SQL" >&2
     exit 2
 }
 bindir=${PG_BINDIR:-}
@@ -87,8 +88,13 @@ stop)
     fi
     rm -rf "$dir"
     ;;
+sql)
+    dir=$(cd "$dir" && pwd)
+    PGPASSFILE=$dir/pgpass "$bindir/psql" -X -q -v ON_ERROR_STOP=1 \
+        "host=$dir/sock user=vltadmin dbname=${3:?sql needs a database}" -c "${4:?sql needs SQL}"
+    ;;
 *)
-    echo "usage: $0 start|stop DIR" >&2
+    echo "usage: $0 start|stop DIR, or $0 sql DIR DB SQL" >&2
     exit 2
     ;;
 esac
