@@ -97,6 +97,15 @@ std::vector<std::pair<std::string, std::string>> settingsList(const ServerSettin
     };
 }
 
+Rc Store::deleteNodeObject(int64_t nodeId, uint64_t id, ObjectRecord& o, bool& found) {
+    if (Rc rc = findObject(id, o, found)) return rc;
+    if (!found || o.nodeId != nodeId) {
+        found = false;
+        return RVK_RC_OK;
+    }
+    return deleteObject(id, found);
+}
+
 bool isServerRepository(const std::string& repository) {
     return isPgRepository(repository);
 }

@@ -183,6 +183,11 @@ class Store {
     virtual Rc updateObject(const ObjectRecord& o) = 0;
     // Deletes the object and its data; `changed` is false when it was gone.
     virtual Rc deleteObject(uint64_t id, bool& changed) = 0;
+    // Deletes object `id` of node `nodeId` with its data and gives what it
+    // was; `found` is false (and nothing changes) when the node has no such
+    // object. The default finds it first; a networked store does both in
+    // one round trip.
+    virtual Rc deleteNodeObject(int64_t nodeId, uint64_t id, ObjectRecord& o, bool& found);
     virtual Rc countObjects(int64_t nodeId, uint64_t& n) = 0;
 
     virtual Rc appendData(uint64_t objId, uint32_t seq, const void* data, size_t len) = 0;
