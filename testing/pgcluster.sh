@@ -38,44 +38,63 @@ as_owner() {
     fi
 }
 
+# Where the data and the socket live: DIR itself, or (when the server's user
+# cannot pass through DIR's parents, or a socket name there would be too
+# long) a private folder under /tmp that DIR/data and DIR/sock link to.
+pick_home() {
+    home=$dir
+    local reachable=1
+    if [ "$(id -u)" -eq 0 ]; then
+        runuser -u postgres -- test -x "$dir" 2>/dev/null || reachable=0
+    fi
+    if [ "$reachable" = 0 ] || [ ${#dir} -gt 80 ]; then
+        home=$(mktemp -d /tmp/vltpg.XXXXXX)
+        chmod 711 "$home"
+        ln -s "$home/data" "$dir/data"
+        ln -s "$home/sock" "$dir/sock"
+    fi
+}
+
 case $cmd in
 start)
     mkdir -p "$dir"
     dir=$(cd "$dir" && pwd)
     if [ -f "$dir/data/postmaster.pid" ]; then
-        as_owner "$bindir/pg_ctl" -D "$dir/data" stop -m immediate >/dev/null 2>&1 || true
+        as_owner "$bindir/pg_ctl" -D "$(readlink -f "$dir/data")" stop -m immediate >/dev/null 2>&1 || true
     fi
+    if [ -L "$dir/data" ]; then rm -rf "$(dirname "$(readlink -f "$dir/data")")"; fi
     rm -rf "$dir/data" "$dir/sock" "$dir/pgpass" "$dir/pwfile"
-    mkdir -p "$dir/data" "$dir/sock"
-    chmod 700 "$dir/data"
+    pick_home
+    mkdir -p "$home/data" "$home/sock"
+    chmod 700 "$home/data"
     pw=$(head -c 18 /dev/urandom | base64 | tr -d '/+=')
     umask 077
-    printf '%s\n' "$pw" >"$dir/pwfile"
+    printf '%s\n' "$pw" >"$home/pwfile"
     printf '*:*:*:vltadmin:%s\n' "$pw" >"$dir/pgpass"
     if [ "$(id -u)" -eq 0 ]; then
         id postgres >/dev/null 2>&1 || {
             echo "pgcluster: running as root, but there is no 'postgres' user to run the server" >&2
             exit 1
         }
-        chown postgres "$dir/data" "$dir/sock" "$dir/pwfile"
-        runuser -u postgres -- test -x "$dir/sock" || {
-            echo "pgcluster: the user postgres cannot reach $dir (a parent folder is closed)" >&2
+        chown postgres "$home/data" "$home/sock" "$home/pwfile"
+        runuser -u postgres -- test -x "$home/sock" || {
+            echo "pgcluster: the user postgres cannot reach $home (a parent folder is closed)" >&2
             exit 1
         }
     fi
-    if ! as_owner "$bindir/initdb" -D "$dir/data" -U vltadmin --pwfile="$dir/pwfile" \
+    if ! as_owner "$bindir/initdb" -D "$home/data" -U vltadmin --pwfile="$home/pwfile" \
         --auth-local=scram-sha-256 --auth-host=reject -E UTF8 --locale=C --no-sync \
         >"$dir/initdb.log" 2>&1; then
         cat "$dir/initdb.log" >&2
         echo "pgcluster: initdb failed" >&2
         exit 1
     fi
-    rm -f "$dir/pwfile"
+    rm -f "$home/pwfile"
     # The cluster is thrown away after the tests: no need to flush to disk.
-    if ! as_owner "$bindir/pg_ctl" -D "$dir/data" -l "$dir/data/server.log" -w -t 60 \
-        -o "-c listen_addresses='' -k '$dir/sock' -c fsync=off -c full_page_writes=off \
+    if ! as_owner "$bindir/pg_ctl" -D "$home/data" -l "$home/data/server.log" -w -t 60 \
+        -o "-c listen_addresses='' -k '$home/sock' -c fsync=off -c full_page_writes=off \
             -c max_connections=200" start >/dev/null; then
-        cat "$dir/data/server.log" >&2 || true
+        cat "$home/data/server.log" >&2 || true
         echo "pgcluster: the server did not start" >&2
         exit 1
     fi
@@ -83,9 +102,11 @@ start)
     ;;
 stop)
     [ -d "$dir" ] || exit 0
-    if [ -f "$dir/data/postmaster.pid" ]; then
-        as_owner "$bindir/pg_ctl" -D "$dir/data" stop -m fast -w >/dev/null
+    data=$(readlink -f "$dir/data" || true)
+    if [ -n "$data" ] && [ -f "$data/postmaster.pid" ]; then
+        as_owner "$bindir/pg_ctl" -D "$data" stop -m fast -w >/dev/null
     fi
+    if [ -L "$dir/data" ]; then rm -rf "$(dirname "$data")"; fi
     rm -rf "$dir"
     ;;
 sql)

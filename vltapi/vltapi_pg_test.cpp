@@ -175,7 +175,7 @@ TEST(PgCopy, SqliteRepositoryMovesWithPasswordsIdsStatesAndLog) {
     // The same names again: the first four become inactive.
     from.load("node1", objectLines("/one", 2));
     from.load("node2", objectLines("/two", 3));
-    ASSERT_EQ(from.adm("node passwd node2 changed-pw").status, 0);
+    setPassword(from, "node2", "changed-pw");
 
     std::string db = "copy" + std::to_string(getpid());
     ASSERT_TRUE(pgSql("postgres", "CREATE DATABASE " + db).empty());

@@ -84,6 +84,11 @@ void addNode(const Repo& repo, const std::string& node, const std::string& passw
     if (r.status != 0) ADD_FAILURE() << "vltadm node add " << node << ": " << r.err;
 }
 
+void setPassword(const Repo& repo, const std::string& node, const std::string& password) {
+    auto r = repo.adm("node passwd " + node + " " + password);
+    if (r.status != 0) ADD_FAILURE() << "vltadm node passwd " << node << ": " << r.err;
+}
+
 Repo::Repo(const std::string& extraOptions, Kind kind) {
     optFile_ = dir_.file("rvk.opt");
     bool pg = pgMode() && kind == Kind::Default;

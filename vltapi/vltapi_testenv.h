@@ -59,9 +59,10 @@ std::vector<std::string> pgSql(const std::string& db, const std::string& sql,
                                const std::string& user = "", const std::string& password = "");
 // The URI of database `db` of the test cluster.
 std::string pgUri(const std::string& db);
-// Adds a node with its password through vltadm; the one place that knows
-// how vltadm takes a password.
+// Adds a node with its password, or sets a node's password, through
+// vltadm: the one place that knows how vltadm takes a password.
 void addNode(const Repo& repo, const std::string& node, const std::string& password);
+void setPassword(const Repo& repo, const std::string& node, const std::string& password);
 
 std::string vltadmPath();
 
