@@ -84,8 +84,9 @@ void addNode(const Repo& repo, const std::string& node, const std::string& passw
     if (r.status != 0) ADD_FAILURE() << "vltadm node add " << node << ": " << r.err;
 }
 
-void setPassword(const Repo& repo, const std::string& node, const std::string& password) {
-    auto r = repo.adm("node passwd " + node + " " + password);
+void setPassword(const std::string& optFile, const std::string& node, const std::string& password) {
+    auto r = zebotest::run("'" + vltadmPath() + "' -c '" + optFile + "' node passwd " + node + " " +
+                           password);
     if (r.status != 0) ADD_FAILURE() << "vltadm node passwd " << node << ": " << r.err;
 }
 

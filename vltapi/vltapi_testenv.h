@@ -62,7 +62,7 @@ std::string pgUri(const std::string& db);
 // Adds a node with its password, or sets a node's password, through
 // vltadm: the one place that knows how vltadm takes a password.
 void addNode(const Repo& repo, const std::string& node, const std::string& password);
-void setPassword(const Repo& repo, const std::string& node, const std::string& password);
+void setPassword(const std::string& optFile, const std::string& node, const std::string& password);
 
 std::string vltadmPath();
 
