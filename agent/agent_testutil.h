@@ -92,7 +92,7 @@ class Install {
             std::string target = zebotest::catalogDir() + "/" + language;
             EXPECT_EQ(0, symlink(target.c_str(), (agentDir() + "/" + language).c_str()));
         }
-        zebotest::writeFile(rvkOpt(), "REPOSITORY " + path("repo.db") +
+        zebotest::writeFile(rvkOpt(), "REPOSITORY " + repository() +
                                           "\nSERVERNAME TESTSRV\nNODENAME " + nodeName() +
                                           "\nPASSWORDACCESS PROMPT\n");
         adm("init");
@@ -100,6 +100,20 @@ class Install {
     }
 
     std::string path(const std::string& name) const { return dir_.file(name); }
+    // An SQLite file, or with VLT_TEST_PG (the folder of the tests'
+    // PostgreSQL cluster, testing/pgcluster.sh) a new database of it.
+    std::string repository() const {
+        const char* pg = getenv("VLT_TEST_PG");
+        if (!pg || !*pg) return path("repo.db");
+        static int serial = 0;
+        std::string db = "agent" + std::to_string(getpid()) + "_" + std::to_string(++serial);
+        setenv("PGPASSFILE", (std::string(pg) + "/pgpass").c_str(), 1);
+        zebotest::RunResult r =
+            zebotest::run(zebotest::sourceDir() + "/testing/pgcluster.sh sql " + shellQuoted(pg) +
+                          " postgres 'CREATE DATABASE " + db + "'");
+        EXPECT_EQ(0, r.status) << "the test cluster cannot make a database: " << r.err;
+        return "postgresql://vltadmin@/" + db + "?host=" + pg + "/sock";
+    }
     std::string agentDir() const { return dir_.file("agent"); }
     std::string logDir() const { return dir_.file("log"); }
     std::string rvkOpt() const { return dir_.file("rvk.opt"); }

@@ -16,6 +16,9 @@
 #   --dir DIR         the scratch folder (must be missing or empty)
 #   --days N          days of backups (default 150)
 #   --keep            keep the scratch folder after a passing batch run
+#   --server KIND     the VLT Server's repository: sqlite (a file, the default)
+#                     or postgresql (a throwaway cluster in the scratch folder,
+#                     started by testing/pgcluster.sh: a Unix socket only)
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 
@@ -24,6 +27,7 @@ keep=0
 build_dir=
 scratch=
 days=150
+server=sqlite
 while [ $# -gt 0 ]; do
     case $1 in
     --batch) batch=1 ;;
@@ -31,11 +35,17 @@ while [ $# -gt 0 ]; do
     --build-dir) build_dir=$(cd "${2:?--build-dir needs a folder}" && pwd); shift ;;
     --dir) scratch=${2:?--dir needs a folder}; shift ;;
     --days) days=${2:?--days needs a number}; shift ;;
+    --server) server=${2:?--server needs sqlite or postgresql}; shift ;;
     -h | --help) sed -n '2,/^set -euo/p' "$0" | sed '$d; s/^# \{0,1\}//'; exit 0 ;;
     *) echo "demo.sh: unknown argument $1 (see --help)" >&2; exit 2 ;;
     esac
     shift
 done
+
+case $server in
+sqlite | postgresql) ;;
+*) echo "demo.sh: --server must be sqlite or postgresql" >&2; exit 2 ;;
+esac
 
 say() { printf '%s\n' "$*"; }
 fail() {
@@ -86,6 +96,22 @@ fi
 S=$scratch
 mkdir -p "$S/etc" "$S/server" "$S/rcat" "$S/data" "$S/log" "$S/tmp"
 
+# A PostgreSQL server of its own, in the scratch folder; the batch run stops
+# it at the end, the interactive one leaves it running for a look around.
+repository=$S/server/vlt.db
+if [ "$server" = postgresql ]; then
+    # The server runs as the postgres user when we are root: it must be able
+    # to pass through the scratch folder (not read it).
+    chmod 711 "$S"
+    "$root/testing/pgcluster.sh" start "$S/pg" >"$S/log/pgcluster.log" 2>&1 ||
+        fail "the PostgreSQL server did not start (see $S/log/pgcluster.log)"
+    [ "$batch" = 1 ] && trap '"$root/testing/pgcluster.sh" stop "$S/pg" >/dev/null 2>&1 || true' EXIT
+    export PGPASSFILE=$S/pg/pgpass
+    "$root/testing/pgcluster.sh" sql "$S/pg" postgres "CREATE DATABASE vltdemo" >/dev/null ||
+        fail "cannot create the database vltdemo"
+    repository="postgresql://vltadmin@/vltdemo?host=$S/pg/sock"
+fi
+
 # The installation: the build's own install rules into $S/root, so that the
 # programs run from the layout an installation gives them.
 DESTDIR=$S/root cmake --install "$build_dir" >"$S/log/install.log" 2>&1 ||
@@ -110,6 +136,7 @@ export SQLPLUS_SIM_DIR='$S/rcat'
 export TMPDIR='$S/tmp'
 export ZEBO_OPTFILE='$S/etc/zebo.opt'
 export RVKI_CONFIG='$S/etc/rvk.opt'
+export PGPASSFILE='$S/pg/pgpass'
 unset RVKI_DIR RVKI_LOG
 EOF
 # shellcheck disable=SC1091
@@ -117,8 +144,8 @@ EOF
 cd "$S"
 
 cat >"$S/etc/rvk.opt" <<EOF
-* Client options of the demonstration's VLT Server: a repository file.
-REPOSITORY      $S/server/vlt.db
+* Client options of the demonstration's VLT Server: its repository.
+REPOSITORY      $repository
 SERVERNAME      VLTDEMO
 PASSWORDACCESS  PROMPT
 EOF
@@ -142,7 +169,7 @@ today=$(date +%F)
 say "== generating $days days of RMAN backups up to $today"
 demodata --out "$S/data" --today "$today" --days "$days" | tee "$S/data/summary.txt"
 
-say "== creating the VLT Server repository $S/server/vlt.db"
+say "== creating the VLT Server repository $repository"
 vltadm init >/dev/null || fail "vltadm init"
 printf '%s\n' "$node_pw" | vltadm node add "$node" >/dev/null || fail "vltadm node add $node"
 printf '%s\n' "${node_pw}2" | vltadm node add "$other_node" >/dev/null ||
@@ -198,6 +225,8 @@ To look at the server or run zebosync again:
     zebosync syncdb
 Remove it all with:  rm -rf $S
 EOF
+    [ "$server" = postgresql ] &&
+        say "The PostgreSQL server keeps running; stop it first with: $root/testing/pgcluster.sh stop $S/pg"
     exit "$status"
 fi
 
@@ -286,5 +315,6 @@ if [ "$keep" = 1 ]; then
     say "demo: kept in $S"
 else
     cd /
+    [ "$server" = postgresql ] && "$root/testing/pgcluster.sh" stop "$S/pg" >/dev/null
     rm -rf "$S"
 fi

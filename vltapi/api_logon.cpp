@@ -75,8 +75,10 @@ Rc logOn(uint32_t* handle, const LogOnInput& in, rvkInitExOut* out) {
     }
 
     auto s = std::make_shared<Session>();
-    if (Rc rc = openStore(o.repository, o.busyTimeoutMs, s->store, err)) {
-        clientLog("log-on: " + err);
+    // A database server that checks passwords itself is reached with the
+    // node's own credentials; it refuses a wrong password here.
+    if (Rc rc = openNodeStore(o.repository, o.busyTimeoutMs, nodeName, password, s->store, err)) {
+        clientLog("log-on of node " + nodeName + ": " + err);
         return rc;
     }
     if (Rc rc = s->store->readSettings(s->settings))
@@ -179,6 +181,7 @@ extern "C" int16_t rvkChangePW(uint32_t handle, char* oldPW, char* newPW) {
     if (rc == RVK_RC_OK && !ok) rc = RVK_RC_AUTH_FAILURE;
     if (rc == RVK_RC_OK) rc = setNodePassword(node, newPassword);
     if (rc == RVK_RC_OK) rc = store.updateNode(node);
+    if (rc == RVK_RC_OK) rc = store.setServerPassword(node.name, newPassword);
     if (rc == RVK_RC_OK) {
         ActLogRecord a;
         a.date = nowDate();

@@ -103,19 +103,15 @@ extern "C" int16_t rvkDeleteObj(uint32_t handle, uint8_t delType, rvkDelInfo del
     uint64_t id = (static_cast<uint64_t>(delInfo.objIdHi) << 32) | delInfo.objIdLo;
     ObjectRecord o;
     bool found = false;
-    if (Rc rc = ss.store->findObject(id, o, found))
-        return failTxn(ss, storeFailure(ss, rc, "delete: find"));
-    if (!found || o.nodeId != ss.node.id) {
+    if (Rc rc = ss.store->deleteNodeObject(ss.node.id, id, o, found))
+        return failTxn(ss, storeFailure(ss, rc, "delete"));
+    if (!found) {
         // Another node's object is refused exactly like a missing one: the
         // answer tells nothing about other nodes.
         clientLog("delete refused for node " + ss.node.name + ": object id " + std::to_string(id) +
                   " is not an object of this node");
         return failTxn(ss, RVK_RC_OBJ_NOT_FOUND);
     }
-    bool changed = false;
-    if (Rc rc = ss.store->deleteObject(id, changed))
-        return failTxn(ss, storeFailure(ss, rc, "delete"));
-    if (!changed) return failTxn(ss, RVK_RC_OBJ_NOT_FOUND);
     ActLogRecord a;
     a.date = nowDate();
     a.node = ss.node.name;

@@ -1,4 +1,5 @@
 #include "vltapi/options.h"
+#include "vltapi/store.h"
 
 #include <stdlib.h>
 
@@ -37,8 +38,9 @@ static std::string setOption(Options& o, const std::string& keyword, const std::
     std::string value = unquote(trim(rawValue));
     std::string uv = upper(value);
     if (key == "REPOSITORY") {
-        if (value.empty()) return "REPOSITORY needs a file name";
-        o.repository = resolve(value, baseDir);
+        if (value.empty()) return "REPOSITORY needs a file name or a postgresql:// URI";
+        // A database server's URI is taken as it is.
+        o.repository = isServerRepository(value) ? value : resolve(value, baseDir);
     } else if (key == "SERVERNAME") {
         if (value.empty() || value.size() > RVK_SERVER_NAME_MAX)
             return "SERVERNAME needs a name of 1 to 64 characters";
@@ -138,7 +140,9 @@ int16_t applyOptionString(const std::string& text, Options& out, std::string& er
 }
 
 std::string passwordDirectory(const Options& o) {
-    return o.passwordDir.empty() ? dirName(o.repository) : o.passwordDir;
+    if (!o.passwordDir.empty()) return o.passwordDir;
+    // A database server has no folder: the option file's folder holds them.
+    return isServerRepository(o.repository) ? dirName(o.optFile) : dirName(o.repository);
 }
 
 }  // namespace vlt

@@ -546,6 +546,17 @@ class SqliteStore : public Store {
         return rc;
     }
 
+    Rc insertObjectAsIs(const ObjectRecord& o) override {
+        static const char* sql =
+            "INSERT INTO objects(node_id, fs_id, hl, ll, type, owner, mc, ins_date, deact_date, "
+            "size, state, has_data, info, id) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11, "
+            "?12, ?13, ?14)";
+        return run(sql, "copy object", [&](sqlite3_stmt* s) {
+            bindObject(s, o);
+            sqlite3_bind_int64(s, 14, static_cast<int64_t>(o.id));
+        });
+    }
+
     Rc updateObject(const ObjectRecord& o) override {
         static const char* sql =
             "UPDATE objects SET node_id = ?1, fs_id = ?2, hl = ?3, ll = ?4, type = ?5, owner = ?6, "

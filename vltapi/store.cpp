@@ -4,6 +4,8 @@
 #include <stdlib.h>
 
 #include "rvkapi.h"
+#include "vltapi/pg_conn.h"
+#include "vltapi/pg_store.h"
 #include "vltapi/util.h"
 
 namespace vlt {
@@ -95,14 +97,34 @@ std::vector<std::pair<std::string, std::string>> settingsList(const ServerSettin
     };
 }
 
-// Only local database files exist today; a networked store would be chosen
-// here by the form of the name (for example a URL).
+Rc Store::deleteNodeObject(int64_t nodeId, uint64_t id, ObjectRecord& o, bool& found) {
+    if (Rc rc = findObject(id, o, found)) return rc;
+    if (!found || o.nodeId != nodeId) {
+        found = false;
+        return RVK_RC_OK;
+    }
+    return deleteObject(id, found);
+}
+
+bool isServerRepository(const std::string& repository) {
+    return isPgRepository(repository);
+}
+
 Rc openStore(const std::string& repository, int busyTimeoutMs, std::unique_ptr<Store>& out,
              std::string& err) {
+    if (isPgRepository(repository)) return openPgStore(repository, busyTimeoutMs, "", "", out, err);
+    return openSqliteStore(repository, busyTimeoutMs, out, err);
+}
+
+Rc openNodeStore(const std::string& repository, int busyTimeoutMs, const std::string& node,
+                 const std::string& password, std::unique_ptr<Store>& out, std::string& err) {
+    if (isPgRepository(repository))
+        return openPgStore(repository, busyTimeoutMs, node, password, out, err);
     return openSqliteStore(repository, busyTimeoutMs, out, err);
 }
 
 Rc createStore(const std::string& repository, const ServerSettings& initial, std::string& err) {
+    if (isPgRepository(repository)) return createPgStore(repository, initial, err);
     return createSqliteStore(repository, initial, err);
 }
 

@@ -1,10 +1,10 @@
 // The repository behind the client library: server settings, nodes, file
 // spaces, backup objects with their data, and the activity log.
 //
-// `Store` is the storage interface; the SQLite implementation
-// (sqlite_store.cpp) is the only one today, and `openStore` picks it for a
-// plain file name, so that a networked database can be added behind the
-// same interface. A Store is one connection: it is used by one thread at a
+// `Store` is the storage interface with two implementations: an embedded
+// SQLite file (sqlite_store.cpp), chosen for a plain file name, and a
+// PostgreSQL database (pg_store.cpp), chosen for a "postgresql://" URI.
+// A Store is one connection: it is used by one thread at a
 // time, and several Stores, in one process or many, may use one repository.
 //
 // Every method returns 0 or a client return code (RVK_RC_SERVER_BUSY,
@@ -145,6 +145,26 @@ class Store {
     virtual Rc updateNode(const NodeRecord& n) = 0;
     virtual Rc listNodes(std::vector<NodeRecord>& out) = 0;
 
+    // Whether the database itself checks node passwords: a node's session
+    // then connects with the node's own credentials (openNodeStore). The
+    // library's hash in NodeRecord is kept in both cases and checked too.
+    virtual bool checksPasswords() const { return false; }
+    // Gives the node's database credential the password `pw` (part of the
+    // open transaction). Nothing to do where the database keeps no
+    // credentials of its own.
+    virtual Rc setServerPassword(const std::string& node, const std::string& pw) {
+        (void)node;
+        (void)pw;
+        return 0;
+    }
+    // Sets the node's database credential from a secret in the database's
+    // own form, for copying a node whose plain password is not known.
+    virtual Rc setServerSecret(const std::string& node, const std::string& secret) {
+        (void)node;
+        (void)secret;
+        return 0;
+    }
+
     virtual Rc listFileSpaces(int64_t nodeId, std::vector<FsRecord>& out) = 0;
     virtual Rc findFileSpace(int64_t nodeId, const std::string& name, FsRecord& fs,
                              bool& found) = 0;
@@ -160,10 +180,18 @@ class Store {
     // Inserts `o` (its id is set) as an active object; an active object of
     // the same name becomes inactive with deactivation date o.insDate.
     virtual Rc insertObject(ObjectRecord& o) = 0;
+    // Inserts `o` exactly as given, id and state included (copying a
+    // repository); later ids of new objects stay above it.
+    virtual Rc insertObjectAsIs(const ObjectRecord& o) = 0;
     // Writes every field of an existing object.
     virtual Rc updateObject(const ObjectRecord& o) = 0;
     // Deletes the object and its data; `changed` is false when it was gone.
     virtual Rc deleteObject(uint64_t id, bool& changed) = 0;
+    // Deletes object `id` of node `nodeId` with its data and gives what it
+    // was; `found` is false (and nothing changes) when the node has no such
+    // object. The default finds it first; a networked store does both in
+    // one round trip.
+    virtual Rc deleteNodeObject(int64_t nodeId, uint64_t id, ObjectRecord& o, bool& found);
     virtual Rc countObjects(int64_t nodeId, uint64_t& n) = 0;
 
     virtual Rc appendData(uint64_t objId, uint32_t seq, const void* data, size_t len) = 0;
@@ -181,8 +209,19 @@ class Store {
 Rc openStore(const std::string& repository, int busyTimeoutMs, std::unique_ptr<Store>& out,
              std::string& err);
 
-// Creates a new repository (fails when the file exists), readable and
-// writable by its owner only.
+// Opens the repository for a node's session. Where the database checks
+// passwords itself (PostgreSQL) this connects as the node, and a password
+// the database refuses gives RVK_RC_AUTH_FAILURE; elsewhere it is openStore.
+Rc openNodeStore(const std::string& repository, int busyTimeoutMs, const std::string& node,
+                 const std::string& password, std::unique_ptr<Store>& out, std::string& err);
+
+// True when the repository is a database server (a "postgresql://" URI)
+// rather than a file.
+bool isServerRepository(const std::string& repository);
+
+// Creates a new repository (fails when the file exists, or when the
+// database already holds one); a file is readable and writable by its
+// owner only.
 Rc createStore(const std::string& repository, const ServerSettings& initial, std::string& err);
 
 // The SQLite implementation behind openStore / createStore.

@@ -50,6 +50,8 @@ const char* const kUsage =
     "                                low-level name, date, size, state\n"
     "  count NODE                    count a node's objects\n"
     "  actlog                        show the activity log\n"
+    "  copy FROM_OPTIONS TO_OPTIONS  copy the repository of one option file into a new one\n"
+    "                                named by another (SQLite to PostgreSQL, for example)\n"
     "The option file is -c FILE, else $RVKI_CONFIG, else $RVKI_DIR/rvk.opt, "
     "else " RVK_DEFAULT_API_DIR "/rvk.opt.\n";
 
@@ -90,7 +92,8 @@ int openRepository(Context& c) {
         return fail("option file " + c.options.optFile + " names no REPOSITORY");
     std::string err;
     if (openStore(c.options.repository, c.options.busyTimeoutMs, c.store, err)) {
-        if (access(c.options.repository.c_str(), F_OK) != 0)
+        if (!isServerRepository(c.options.repository) &&
+            access(c.options.repository.c_str(), F_OK) != 0)
             err += " (create it with: vltadm -c " + c.options.optFile + " init)";
         return fail(err);
     }
@@ -198,6 +201,7 @@ int cmdNodeAdd(Context& c, const std::string& nameIn) {
     n.name = name;
     if (setNodePassword(n, pw)) return fail("the crypto library failed");
     if (c.store->insertNode(n)) return fail(c.store->lastError());
+    if (c.store->setServerPassword(name, pw)) return fail(c.store->lastError());
     logActivity(*c.store, name, "Node registered");
     if (c.store->commit()) return fail(c.store->lastError());
     return storePasswordFile(c, name, pw);
@@ -213,6 +217,7 @@ int cmdNodePasswd(Context& c, const std::string& nameIn) {
     if (int rc = findNode(c, nameIn, n)) return rc;  // afresh, inside the transaction
     if (setNodePassword(n, pw)) return fail("the crypto library failed");
     if (c.store->updateNode(n)) return fail(c.store->lastError());
+    if (c.store->setServerPassword(n.name, pw)) return fail(c.store->lastError());
     logActivity(*c.store, n.name, "Password set by the administrator");
     if (c.store->commit()) return fail(c.store->lastError());
     return storePasswordFile(c, n.name, pw);
@@ -306,6 +311,16 @@ int cmdActlog(Context& c) {
     return rc ? fail(c.store->lastError()) : 0;
 }
 
+int cmdCopy(const std::string& fromFile, const std::string& toFile) {
+    Options from, to;
+    std::string err;
+    if (readOptionFile(fromFile, from, err) || readOptionFile(toFile, to, err)) return fail(err);
+    if (from.repository.empty() || to.repository.empty())
+        return fail("both option files must name a REPOSITORY");
+    if (copyRepository(from, to, err)) return fail(err);
+    return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -325,6 +340,8 @@ int main(int argc, char** argv) {
         args.erase(args.begin(), args.begin() + 2);
     }
     if (args.empty()) return usage("no command given");
+    // A copy names both option files itself.
+    if (args[0] == "copy" && args.size() == 3) return cmdCopy(args[1], args[2]);
     if (optFile.empty()) optFile = defaultOptionFile();
     Context c;
     std::string err;

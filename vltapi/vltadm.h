@@ -6,6 +6,7 @@
 #include <iosfwd>
 #include <string>
 
+#include "vltapi/options.h"
 #include "vltapi/store.h"
 
 namespace vlt {
@@ -26,6 +27,11 @@ int listObjects(Store& store, const NodeRecord& node, std::ostream& out, std::st
 // input, and a second line, if there is one, must be the same. Returns ""
 // with `pw` set, or what went wrong.
 std::string readNewPassword(const std::string& node, std::string& pw);
+
+// Copies the repository of `from` into a new one named by `to` (made by
+// the copy) and checks the counts. Returns 0, or 1 with `err` (then the
+// new repository holds no nodes or objects).
+int copyRepository(const Options& from, const Options& to, std::string& err);
 
 }  // namespace vlt
 

@@ -56,7 +56,7 @@ TEST_F(Session, LogOnAndSessionInformation) {
     ASSERT_EQ(rvkQuerySessOptions(h, &so), RVK_RC_OK);
     EXPECT_STREQ(so.nodeName, "NODE1");
     EXPECT_EQ(so.passwordAccess, RVK_PASSWD_PROMPT);
-    EXPECT_STREQ(so.serverAddress, repo.path("repo.db").c_str());
+    EXPECT_STREQ(so.serverAddress, repo.repository().c_str());
 
     EXPECT_EQ(rvkTerminate(h), RVK_RC_OK);
     EXPECT_EQ(rvkTerminate(h), RVK_RC_INVALID_HANDLE);
@@ -79,23 +79,35 @@ TEST_F(Session, LogOnFailures) {
 }
 
 TEST_F(Session, UnusableRepositories) {
-    // A missing file is a communication failure, described in the client
-    // error log next to the options; a foreign file is no repository.
-    zebotest::writeFile(repo.path("junk.db"), std::string(8192, 'x'));
+    // A repository that cannot be reached is a communication failure,
+    // described in the client error log next to the options; a foreign one
+    // is no repository. A database server checks a node's password before
+    // it says anything about the database, and a foreign database has no
+    // such node: that log-on is refused.
+    std::string missing, foreign;
+    int16_t foreignRc = RVK_RC_REPOSITORY_VERSION;
+    if (pgMode()) {
+        missing = "postgresql://vltadmin@/doesnotexist?host=/doesnotexist";
+        foreign = repo.other("postgres");
+        foreignRc = RVK_RC_AUTH_FAILURE;
+    } else {
+        missing = repo.other("doesnotexist.db");
+        foreign = repo.other("junk.db");
+        zebotest::writeFile(foreign, std::string(8192, 'x'));
+    }
     const struct {
-        const char* db;
+        std::string repository;
         int16_t rc;
-    } cases[] = {{"does-not-exist.db", RVK_RC_COMM_FAILURE},
-                 {"junk.db", RVK_RC_REPOSITORY_VERSION}};
+    } cases[] = {{missing, RVK_RC_COMM_FAILURE}, {foreign, foreignRc}};
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.db);
+        SCOPED_TRACE(c.repository);
         std::string opt = repo.path("other.opt");
-        zebotest::writeFile(opt, std::string("REPOSITORY ") + c.db + "\n");
+        zebotest::writeFile(opt, "REPOSITORY " + c.repository + "\n");
         ASSERT_EQ(setUp(opt), RVK_RC_OK);
         uint32_t h = 0;
         EXPECT_EQ(logOn(&h, "node1", "pw-one"), c.rc);
     }
-    EXPECT_NE(zebotest::readFile(repo.path("rvkerror.log")).find("does-not-exist.db"),
+    EXPECT_NE(zebotest::readFile(repo.path("rvkerror.log")).find("doesnotexist"),
               std::string::npos);
 }
 

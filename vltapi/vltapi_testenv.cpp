@@ -1,8 +1,12 @@
 #include "vltapi/vltapi_testenv.h"
 
 #include <gtest/gtest.h>
+#include <libpq-fe.h>
 #include <stdlib.h>
 #include <string.h>
+#include <unistd.h>
+
+#include <memory>
 
 namespace vltest {
 
@@ -14,45 +18,111 @@ namespace {
 
 const char kOptions[] =
     "* test repository\n"
-    "REPOSITORY repo.db\n"
     "SERVERNAME TESTSRV\n"
     "NODENAME node1\n"
     "PASSWORDACCESS PROMPT\n"
     "BUSYTIMEOUT 20\n";
 
-void makeRepository(const std::string& optFile) {
-    const char* const steps[][2] = {
-        {"init", ""}, {"node add node1", "pw-one\n"}, {"node add node2", "pw-two\n"}};
-    for (auto& step : steps) {
-        auto r = zebotest::run("'" + vltadmPath() + "' -c '" + optFile + "' " + step[0], step[1]);
-        if (r.status != 0) ADD_FAILURE() << "vltadm " << step[0] << ": " << r.err;
-    }
+// The cluster's folder; its password file is where libpq (here and in
+// vltadm) looks for the administrator's password.
+std::string pgDir() {
+    const char* d = getenv("VLT_TEST_PG");
+    if (!d || !*d) return "";
+    setenv("PGPASSFILE", (std::string(d) + "/pgpass").c_str(), 1);
+    return d;
 }
 
-// The standard repository, made once per test process: most tests start
-// from a copy of it instead of running vltadm three times.
-const std::string& templateRepository() {
-    static zebotest::TempDir dir;
-    static std::string db;
-    if (db.empty()) {
-        zebotest::writeFile(dir.file("rvk.opt"), kOptions);
-        makeRepository(dir.file("rvk.opt"));
-        db = dir.file("repo.db");
-    }
-    return db;
+void makeRepository(const Repo& repo) {
+    auto r = repo.adm("init");
+    if (r.status != 0) ADD_FAILURE() << "vltadm init: " << r.err;
+    addNode(repo, "node1", "pw-one");
+    addNode(repo, "node2", "pw-two");
+}
+
+// The standard SQLite repository, made once per test process: most tests
+// start from a copy of it instead of running vltadm three times.
+std::string templateRepository() {
+    static std::unique_ptr<Repo> repo;
+    if (!repo) repo.reset(new Repo("* template\n", Repo::Kind::Sqlite));
+    return repo->repository();
 }
 
 }  // namespace
 
-Repo::Repo(const std::string& extraOptions) {
-    optFile_ = dir_.file("rvk.opt");
-    zebotest::writeFile(optFile_, kOptions + extraOptions);
-    if (extraOptions.empty()) {
-        // vltadm leaves no write-ahead log behind: the file is all of it.
-        zebotest::writeFile(dir_.file("repo.db"), zebotest::readFile(templateRepository()));
+bool pgMode() {
+    return !pgDir().empty();
+}
+
+std::string pgUri(const std::string& db) {
+    return "postgresql://vltadmin@/" + db + "?host=" + pgDir() + "/sock";
+}
+
+std::vector<std::string> pgSql(const std::string& db, const std::string& sql,
+                               const std::string& user, const std::string& password) {
+    std::string conninfo = "host=" + pgDir() + "/sock dbname=" + db +
+                           " user=" + (user.empty() ? "vltadmin" : "'" + user + "'");
+    if (!password.empty()) conninfo += " password=" + password;
+    std::vector<std::string> out;
+    PGconn* c = PQconnectdb(conninfo.c_str());
+    if (PQstatus(c) != CONNECTION_OK) {
+        out.push_back(std::string("ERROR: ") + PQerrorMessage(c));
     } else {
-        makeRepository(optFile_);
+        PGresult* r = PQexec(c, sql.c_str());
+        ExecStatusType st = PQresultStatus(r);
+        if (st != PGRES_TUPLES_OK && st != PGRES_COMMAND_OK)
+            out.push_back(std::string("ERROR: ") + PQresultErrorMessage(r));
+        else
+            for (int i = 0; i < PQntuples(r); ++i) out.push_back(PQgetvalue(r, i, 0));
+        PQclear(r);
     }
+    PQfinish(c);
+    return out;
+}
+
+void addNode(const Repo& repo, const std::string& node, const std::string& password) {
+    auto r = repo.adm("node add " + node, password + "\n");
+    if (r.status != 0) ADD_FAILURE() << "vltadm node add " << node << ": " << r.err;
+}
+
+void setPassword(const std::string& optFile, const std::string& node, const std::string& password) {
+    auto r = zebotest::run("'" + vltadmPath() + "' -c '" + optFile + "' node passwd " + node,
+                           password + "\n");
+    if (r.status != 0) ADD_FAILURE() << "vltadm node passwd " << node << ": " << r.err;
+}
+
+Repo::Repo(const std::string& extraOptions, Kind kind) {
+    optFile_ = dir_.file("rvk.opt");
+    bool pg = pgMode() && kind == Kind::Default;
+    if (pg) {
+        // Every repository is a database of its own: nodes are roles of the
+        // cluster, and a password changed in one test must not leak into
+        // another.
+        static int serial = 0;
+        database_ = "t" + std::to_string(getpid()) + "_" + std::to_string(++serial);
+        auto r = pgSql("postgres", "CREATE DATABASE " + database_);
+        if (!r.empty())
+            ADD_FAILURE() << "the test cluster in " << pgDir()
+                          << " cannot make a database (is it running?): " << r[0];
+        repository_ = pgUri(database_);
+    } else {
+        repository_ = dir_.file("repo.db");
+    }
+    zebotest::writeFile(optFile_, "REPOSITORY " + repository_ + "\n" + kOptions + extraOptions);
+    if (extraOptions.empty() && !pg) {
+        // vltadm leaves no write-ahead log behind: the file is all of it.
+        zebotest::writeFile(repository_, zebotest::readFile(templateRepository()));
+    } else {
+        makeRepository(*this);
+    }
+}
+
+Repo::~Repo() {
+    if (!database_.empty())
+        pgSql("postgres", "DROP DATABASE IF EXISTS " + database_ + " WITH (FORCE)");
+}
+
+std::string Repo::other(const std::string& name) const {
+    return pgMode() ? pgUri(name) : dir_.file(name);
 }
 
 zebotest::RunResult Repo::adm(const std::string& args, const std::string& input) const {

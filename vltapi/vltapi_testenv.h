@@ -1,6 +1,10 @@
 // Test support for the client library: real repositories in temporary
 // folders, made with vltadm, and short-hands for the calls the tests make
 // through the public header.
+//
+// One set of tests runs against both stores. With VLT_TEST_PG set to the
+// folder of a running throwaway cluster (testing/pgcluster.sh), every
+// repository is a fresh database of that cluster; otherwise an SQLite file.
 #ifndef VLTAPI_VLTAPI_TESTENV_H
 #define VLTAPI_VLTAPI_TESTENV_H
 
@@ -18,9 +22,18 @@ namespace vltest {
 // server name TESTSRV, and the option file rvk.opt next to it.
 class Repo {
   public:
-    // `extraOptions` is appended to the option file.
-    explicit Repo(const std::string& extraOptions = "");
+    enum class Kind { Default, Sqlite };
+    // `extraOptions` is appended to the option file. Kind::Sqlite makes an
+    // SQLite repository whatever the tests run against.
+    explicit Repo(const std::string& extraOptions = "", Kind kind = Kind::Default);
+    ~Repo();
     const std::string& optFile() const { return optFile_; }
+    // The REPOSITORY value: the file's full name or the database's URI.
+    const std::string& repository() const { return repository_; }
+    // A REPOSITORY value for another repository called `name`, not made.
+    std::string other(const std::string& name) const;
+    // PostgreSQL: the repository's database.
+    const std::string& database() const { return database_; }
     std::string path(const std::string& name) const { return dir_.file(name); }
     // Runs "vltadm -c <optFile> <args>".
     zebotest::RunResult adm(const std::string& args, const std::string& input = "") const;
@@ -33,7 +46,23 @@ class Repo {
   private:
     zebotest::TempDir dir_;
     std::string optFile_;
+    std::string repository_;
+    std::string database_;  // PostgreSQL: the database made for this one
 };
+
+// True when the tests run against the PostgreSQL store.
+bool pgMode();
+// PostgreSQL: runs SQL as the cluster's administrator in database `db`, or
+// as `user` with `password`; the first column of every row, or the error
+// text prefixed with "ERROR: ".
+std::vector<std::string> pgSql(const std::string& db, const std::string& sql,
+                               const std::string& user = "", const std::string& password = "");
+// The URI of database `db` of the test cluster.
+std::string pgUri(const std::string& db);
+// Adds a node with its password, or sets a node's password, through
+// vltadm: the one place that knows how vltadm takes a password.
+void addNode(const Repo& repo, const std::string& node, const std::string& password);
+void setPassword(const std::string& optFile, const std::string& node, const std::string& password);
 
 std::string vltadmPath();
 

@@ -1,14 +1,21 @@
 #!/usr/bin/env bash
-# Whole-process timings of the client library and vltadm on one repository:
-# load N objects with vltadm, iterate them with a query, delete M of them by
-# id in transactions of the server maximum.
+# Whole-process timings of the client library and vltadm, on the SQLite
+# store and on the PostgreSQL store side by side: load N objects of one node
+# with vltadm, iterate them with a query, delete M of them by id in
+# transactions of the server maximum (256). The PostgreSQL server is a
+# throwaway cluster (testing/pgcluster.sh) on a Unix socket of this machine.
 #
-# Usage: vltapi/bench/bench_vltapi.sh BUILD_DIR [N=1000000] [M=100000]
+# Usage: vltapi/bench/bench_vltapi.sh BUILD_DIR [N=1000000] [M=100000] [STORES]
+# STORES: "sqlite postgresql" (default), or one of them.
 # BUILD_DIR must be configured with -DZEBO_BENCH=ON (for bench/vltapi_bench).
+# With both stores it checks the targets: the query at most 1.5 times the
+# SQLite store's time, deletion at least half its rate (exit status 1 if not).
 set -euo pipefail
-build=$(cd "${1:?usage: bench_vltapi.sh BUILD_DIR [N] [M]}" && pwd)
+root=$(cd "$(dirname "$0")/../.." && pwd)
+build=$(cd "${1:?usage: bench_vltapi.sh BUILD_DIR [N] [M] [STORES]}" && pwd)
 n=${2:-1000000}
 m=${3:-100000}
+stores=${4:-sqlite postgresql}
 adm=$build/bin/vltadm
 client=$build/bench/vltapi_bench
 for f in "$adm" "$client"; do
@@ -16,33 +23,89 @@ for f in "$adm" "$client"; do
 done
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/vltbench.XXXXXX")
-trap 'rm -rf "$work"' EXIT
-opt=$work/rvk.opt
-printf 'REPOSITORY bench.db\nSERVERNAME BENCH\nNODENAME BENCH1\nPASSWORDACCESS PROMPT\n' >"$opt"
-"$adm" -c "$opt" init >/dev/null
-printf 'bench-pw\n' | "$adm" -c "$opt" node add bench1
+cleanup() {
+    [ -d "$work/pg" ] && "$root/testing/pgcluster.sh" stop "$work/pg" >/dev/null 2>&1
+    rm -rf "$work"
+}
+trap cleanup EXIT
 
 awk -v n="$n" 'BEGIN {
     for (i = 0; i < n; i++)
         printf "/oracle\t/ORCL\t/piece_%08d\t2024-%02d-%02d 12:00:00\t%d\n", i, i % 12 + 1, i % 28 + 1, i * 1000
 }' >"$work/objects.txt"
 
+declare -A seconds
+# timed STORE STEP COMMAND...: runs the command and keeps its time.
 timed() {
-    local label=$1
-    shift
+    local store=$1 step=$2
+    shift 2
     local start end
     start=$(date +%s.%N)
     "$@"
     end=$(date +%s.%N)
-    awk -v l="$label" -v s="$start" -v e="$end" 'BEGIN { printf "%-32s %7.2f s\n", l, e - s }'
+    seconds[$store.$step]=$(awk -v s="$start" -v e="$end" 'BEGIN { printf "%.2f", e - s }')
 }
 
-echo "objects: $n, deletions: $m, $(nproc) CPUs"
-timed "load $n objects (vltadm)" "$adm" -c "$opt" load bench1 <"$work/objects.txt"
-timed "count (vltadm)" "$adm" -c "$opt" count bench1 >/dev/null
-timed "query all (library)" "$client" query "$opt" bench1 bench-pw
-timed "list all (vltadm)" sh -c "'$adm' -c '$opt' list bench1 >'$work/list.txt'"
-head -n "$m" "$work/list.txt" | cut -f1 >"$work/ids.txt"
-timed "delete $m by id (library)" "$client" delete "$opt" bench1 bench-pw <"$work/ids.txt"
-timed "query the rest (library)" "$client" query "$opt" bench1 bench-pw
-ls -l "$work/bench.db" | awk '{ printf "repository size: %.1f MB\n", $5 / 1048576 }'
+run_store() {
+    local store=$1 repository
+    case $store in
+    sqlite) repository=$work/bench.db ;;
+    postgresql)
+        chmod 711 "$work"
+        "$root/testing/pgcluster.sh" start "$work/pg" >/dev/null
+        export PGPASSFILE=$work/pg/pgpass
+        "$root/testing/pgcluster.sh" sql "$work/pg" postgres "CREATE DATABASE bench" >/dev/null
+        repository="postgresql://vltadmin@/bench?host=$work/pg/sock"
+        ;;
+    *) echo "unknown store $store" >&2; exit 2 ;;
+    esac
+    local opt=$work/$store.opt
+    printf 'REPOSITORY %s\nSERVERNAME BENCH\nNODENAME BENCH1\nPASSWORDACCESS PROMPT\n' \
+        "$repository" >"$opt"
+    "$adm" -c "$opt" init >/dev/null
+    printf 'bench-pw\n' | "$adm" -c "$opt" node add bench1
+    timed "$store" load "$adm" -c "$opt" load bench1 <"$work/objects.txt"
+    timed "$store" count "$adm" -c "$opt" count bench1 >/dev/null
+    timed "$store" query "$client" query "$opt" bench1 bench-pw
+    timed "$store" list sh -c "'$adm' -c '$opt' list bench1 >'$work/list.txt'"
+    head -n "$m" "$work/list.txt" | cut -f1 >"$work/ids.txt"
+    timed "$store" delete "$client" delete "$opt" bench1 bench-pw <"$work/ids.txt"
+    timed "$store" rest "$client" query "$opt" bench1 bench-pw
+}
+
+for s in $stores; do run_store "$s"; done
+
+echo "objects: $n, deletions: $m, $(nproc) CPUs; seconds"
+printf '%-34s' ""
+for s in $stores; do printf '%12s' "$s"; done
+echo
+for step in load count query list delete rest; do
+    case $step in
+    load) label="load $n objects (vltadm)" ;;
+    count) label="count (vltadm)" ;;
+    query) label="query all (library)" ;;
+    list) label="list all (vltadm)" ;;
+    delete) label="delete $m by id (library)" ;;
+    rest) label="query the rest (library)" ;;
+    esac
+    printf '%-34s' "$label"
+    for s in $stores; do printf '%12s' "${seconds[$s.$step]}"; done
+    echo
+done
+
+status=0
+if [ "$stores" = "sqlite postgresql" ]; then
+    check() {
+        local what=$1 ok=$2
+        if [ "$ok" = 1 ]; then echo "met:     $what"; else echo "NOT MET: $what"; status=1; fi
+    }
+    q=$(awk -v p="${seconds[postgresql.query]}" -v s="${seconds[sqlite.query]}" \
+        'BEGIN { printf "%.2f", p / (s > 0 ? s : 0.01) }')
+    check "query all on PostgreSQL takes $q times the SQLite store's time (at most 1.5)" \
+        "$(awk -v q="$q" 'BEGIN { print (q <= 1.5) ? 1 : 0 }')"
+    d=$(awk -v p="${seconds[postgresql.delete]}" -v s="${seconds[sqlite.delete]}" \
+        'BEGIN { printf "%.2f", s / (p > 0 ? p : 0.01) }')
+    check "deletion on PostgreSQL runs at $d times the SQLite store's rate (at least 0.5)" \
+        "$(awk -v d="$d" 'BEGIN { print (d >= 0.5) ? 1 : 0 }')"
+fi
+exit $status

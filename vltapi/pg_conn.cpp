@@ -1,0 +1,223 @@
+#include "vltapi/pg_conn.h"
+
+#include <openssl/evp.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "rvkapi.h"
+
+namespace vlt {
+
+bool isPgRepository(const std::string& r) {
+    return r.compare(0, 13, "postgresql://") == 0 || r.compare(0, 11, "postgres://") == 0;
+}
+
+std::string pgDatabaseName(const std::string& uri, std::string& err) {
+    char* msg = nullptr;
+    PQconninfoOption* opts = PQconninfoParse(uri.c_str(), &msg);
+    if (!opts) {
+        err = "bad repository URI " + uri + ": " + (msg ? msg : "out of memory");
+        PQfreemem(msg);
+        return "";
+    }
+    std::string db;
+    for (PQconninfoOption* o = opts; o->keyword; ++o)
+        if (strcmp(o->keyword, "dbname") == 0 && o->val) db = o->val;
+    PQconninfoFree(opts);
+    if (db.empty()) err = "the repository URI " + uri + " names no database";
+    return db;
+}
+
+// Eight hex digits of the SHA-256 of `text`, or all forty of its first
+// twenty bytes when `whole`.
+static std::string hexDigest(const std::string& text, bool whole) {
+    unsigned char md[EVP_MAX_MD_SIZE];
+    unsigned int len = 0;
+    EVP_Digest(text.data(), text.size(), md, &len, EVP_sha256(), nullptr);
+    static const char hex[] = "0123456789abcdef";
+    std::string out;
+    for (unsigned i = 0; i < (whole ? 20u : 4u); ++i) {
+        out += hex[md[i] >> 4];
+        out += hex[md[i] & 15];
+    }
+    return out;
+}
+
+std::string pgNodeRole(const std::string& dbName, const std::string& node) {
+    std::string role = "vlt" + hexDigest(dbName, false) + "_" + node;
+    // Role names stop at 63 bytes; a long node name is replaced by its digest.
+    if (role.size() > 63) role = "vlt" + hexDigest(dbName, false) + "_" + hexDigest(node, true);
+    return role;
+}
+
+std::string pgGroupRole(const std::string& dbName) {
+    return "vlt" + hexDigest(dbName, false) + ":nodes";
+}
+
+PgParam pgInt(int64_t v) {
+    PgParam p;
+    p.value = std::to_string(v);
+    return p;
+}
+
+PgParam pgText(const std::string& v) {
+    PgParam p;
+    p.value = v;
+    return p;
+}
+
+PgParam pgBytes(const std::string& v) {
+    PgParam p;
+    p.value = v;
+    p.binary = true;
+    return p;
+}
+
+static int hexValue(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return 0;
+}
+
+std::string pgBytea(const char* text, int len) {
+    std::string out;
+    if (len < 2 || text[0] != '\\' || text[1] != 'x') return out;
+    out.resize(static_cast<size_t>(len - 2) / 2);
+    for (size_t i = 0; i < out.size(); ++i)
+        out[i] = static_cast<char>(hexValue(text[2 + 2 * i]) << 4 | hexValue(text[3 + 2 * i]));
+    return out;
+}
+
+Rc PgConn::open(const std::string& uri, const std::string& user, const std::string& password,
+                std::unique_ptr<PgConn>& out, std::string& err) {
+    // Keywords after the expanded URI override what it says.
+    std::vector<const char*> keys{"dbname"}, values{uri.c_str()};
+    if (!user.empty()) {
+        keys.push_back("user");
+        values.push_back(user.c_str());
+    }
+    if (!password.empty()) {
+        keys.push_back("password");
+        values.push_back(password.c_str());
+    }
+    keys.push_back("application_name");
+    values.push_back("vltapi");
+    keys.push_back(nullptr);
+    values.push_back(nullptr);
+    PGconn* c = PQconnectdbParams(keys.data(), values.data(), 1);
+    if (!c) {
+        err = "out of memory";
+        return RVK_RC_NO_MEMORY;
+    }
+    if (PQstatus(c) != CONNECTION_OK) {
+        std::string msg = PQerrorMessage(c);
+        while (!msg.empty() && msg.back() == '\n') msg.pop_back();
+        err = "repository " + uri + " cannot be opened: " + msg;
+        bool refused = msg.find("authentication failed") != std::string::npos ||
+                       msg.find("no password supplied") != std::string::npos;
+        PQfinish(c);
+        return refused ? RVK_RC_AUTH_FAILURE : RVK_RC_COMM_FAILURE;
+    }
+    out.reset(new PgConn(c));
+    return RVK_RC_OK;
+}
+
+PgConn::~PgConn() {
+    PQfinish(conn_);
+}
+
+Rc PgConn::failure(const PGresult* r, const char* what) {
+    std::string msg = r ? PQresultErrorMessage(r) : PQerrorMessage(conn_);
+    while (!msg.empty() && msg.back() == '\n') msg.pop_back();
+    lastError_ = std::string(what) + ": " + msg;
+    if (PQstatus(conn_) != CONNECTION_OK) return RVK_RC_COMM_FAILURE;
+    const char* state = r ? PQresultErrorField(r, PG_DIAG_SQLSTATE) : nullptr;
+    std::string s = state ? state : "";
+    // Lock time-outs, dead-locks and serialization failures: another
+    // session holds what this one needs.
+    if (s == "55P03" || s == "40001" || s == "40P01") return RVK_RC_SERVER_BUSY;
+    if (s.compare(0, 2, "08") == 0 || s.compare(0, 3, "57P") == 0) return RVK_RC_COMM_FAILURE;
+    if (s == "53200") return RVK_RC_NO_MEMORY;
+    return RVK_RC_REPOSITORY_ERROR;
+}
+
+namespace {
+
+struct ParamArrays {
+    std::vector<const char*> values;
+    std::vector<int> lengths, formats;
+    explicit ParamArrays(const std::vector<PgParam>& params) {
+        for (const PgParam& p : params) {
+            values.push_back(p.null ? nullptr : p.value.data());
+            lengths.push_back(static_cast<int>(p.value.size()));
+            formats.push_back(p.binary ? 1 : 0);
+        }
+    }
+};
+
+}  // namespace
+
+Rc PgConn::finish(PgResult r, const char* what, PgResult* rows) {
+    ExecStatusType st = r ? PQresultStatus(r.get()) : PGRES_FATAL_ERROR;
+    if (st != PGRES_COMMAND_OK && st != PGRES_TUPLES_OK) return failure(r.get(), what);
+    const char* n = PQcmdTuples(r.get());
+    changed_ = n && *n ? strtoull(n, nullptr, 10) : 0;
+    status_ = PQcmdStatus(r.get());
+    if (rows) *rows = std::move(r);
+    return RVK_RC_OK;
+}
+
+Rc PgConn::exec(const std::string& sql, const std::vector<PgParam>& params, const char* what,
+                PgResult* rows) {
+    if (params.empty()) return finish(PgResult(PQexec(conn_, sql.c_str())), what, rows);
+    auto it = prepared_.find(sql);
+    if (it == prepared_.end()) {
+        std::string name = "s" + std::to_string(prepared_.size());
+        PgResult p(
+            PQprepare(conn_, name.c_str(), sql.c_str(), static_cast<int>(params.size()), nullptr));
+        if (!p || PQresultStatus(p.get()) != PGRES_COMMAND_OK) return failure(p.get(), what);
+        it = prepared_.emplace(sql, name).first;
+    }
+    ParamArrays a(params);
+    return finish(
+        PgResult(PQexecPrepared(conn_, it->second.c_str(), static_cast<int>(params.size()),
+                                a.values.data(), a.lengths.data(), a.formats.data(), 0)),
+        what, rows);
+}
+
+Rc PgConn::execOnce(const std::string& sql, const std::vector<PgParam>& params, const char* what,
+                    PgResult* rows) {
+    ParamArrays a(params);
+    return finish(
+        PgResult(PQexecParams(conn_, sql.c_str(), static_cast<int>(params.size()), nullptr,
+                              a.values.data(), a.lengths.data(), a.formats.data(), 0)),
+        what, rows);
+}
+
+std::string PgConn::quoteIdent(const std::string& name) const {
+    char* q = PQescapeIdentifier(conn_, name.data(), name.size());
+    std::string out = q ? q : "";
+    PQfreemem(q);
+    return out;
+}
+
+std::string PgConn::quoteLiteral(const std::string& text) const {
+    char* q = PQescapeLiteral(conn_, text.data(), text.size());
+    std::string out = q ? q : "";
+    PQfreemem(q);
+    return out;
+}
+
+Rc PgConn::scramSecret(const std::string& role, const std::string& password, std::string& out) {
+    char* s = PQencryptPasswordConn(conn_, password.c_str(), role.c_str(), "scram-sha-256");
+    if (!s) {
+        lastError_ = std::string("encrypt password: ") + PQerrorMessage(conn_);
+        return RVK_RC_CRYPTO_FAILURE;
+    }
+    out = s;
+    PQfreemem(s);
+    return RVK_RC_OK;
+}
+
+}  // namespace vlt

@@ -1,0 +1,110 @@
+// One connection to a PostgreSQL repository, and the names the repository
+// derives from its connection URI.
+//
+// A PgConn runs statements with text parameters (bytes as binary ones) and
+// text results, turns server errors into client return codes, and keeps the
+// last error text. Like a Store it is used by one thread at a time.
+//
+// Nodes are login roles of the cluster. Roles are cluster-wide while a
+// repository is one database, so role names carry a tag made from the
+// database name: "vlt<tag>_<NODE>", and the group role that holds the
+// nodes' table rights is "vlt<tag>:nodes".
+#ifndef VLTAPI_PG_CONN_H
+#define VLTAPI_PG_CONN_H
+
+#include <libpq-fe.h>
+#include <stdint.h>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace vlt {
+
+using Rc = int16_t;
+
+// True for "postgresql://..." and "postgres://..." repositories.
+bool isPgRepository(const std::string& repository);
+
+// The database a repository URI names; "" (and `err`) when it names none.
+std::string pgDatabaseName(const std::string& uri, std::string& err);
+
+std::string pgNodeRole(const std::string& dbName, const std::string& node);
+std::string pgGroupRole(const std::string& dbName);
+
+// The result of one statement; frees itself.
+struct PgResultFree {
+    void operator()(PGresult* r) const { PQclear(r); }
+};
+using PgResult = std::unique_ptr<PGresult, PgResultFree>;
+
+// A statement parameter: text, or bytes sent as binary.
+struct PgParam {
+    std::string value;
+    bool binary = false;
+    bool null = false;
+};
+PgParam pgInt(int64_t v);
+PgParam pgText(const std::string& v);
+PgParam pgBytes(const std::string& v);
+
+// Decodes a bytea value in the server's hex text form ("\x0a1b...").
+std::string pgBytea(const char* text, int len);
+
+class PgConn {
+  public:
+    // Connects with the URI, overriding its user and password when given.
+    // RVK_RC_AUTH_FAILURE when the server refuses the password,
+    // RVK_RC_COMM_FAILURE when it cannot be reached.
+    static Rc open(const std::string& uri, const std::string& user, const std::string& password,
+                   std::unique_ptr<PgConn>& out, std::string& err);
+    ~PgConn();
+    PgConn(const PgConn&) = delete;
+    PgConn& operator=(const PgConn&) = delete;
+
+    // Runs one statement. `rows` receives its result when it returns rows.
+    // A statement with parameters is prepared once per connection and kept
+    // (by its text); one without may hold several statements.
+    Rc exec(const std::string& sql, const std::vector<PgParam>& params, const char* what,
+            PgResult* rows = nullptr);
+    Rc exec(const std::string& sql, const char* what, PgResult* rows = nullptr) {
+        return exec(sql, {}, what, rows);
+    }
+    // Runs a statement made for this one use, without keeping it.
+    Rc execOnce(const std::string& sql, const std::vector<PgParam>& params, const char* what,
+                PgResult* rows = nullptr);
+    // Rows changed by the last statement run with exec.
+    uint64_t changed() const { return changed_; }
+
+    std::string quoteIdent(const std::string& name) const;
+    std::string quoteLiteral(const std::string& text) const;
+    // The role's SCRAM secret for `password`, computed here so that the
+    // plain password never travels to the server.
+    Rc scramSecret(const std::string& role, const std::string& password, std::string& out);
+
+    const std::string& lastError() const { return lastError_; }
+    void setError(const std::string& text) { lastError_ = text; }
+    // The command tag of the last statement ("COMMIT", "ROLLBACK", ...).
+    const std::string& status() const { return status_; }
+    std::string user() const { return PQuser(conn_); }
+    std::string database() const { return PQdb(conn_); }
+    bool broken() const { return PQstatus(conn_) != CONNECTION_OK; }
+    PGconn* raw() const { return conn_; }
+
+  private:
+    explicit PgConn(PGconn* c) : conn_(c) {}
+    Rc failure(const PGresult* r, const char* what);
+    Rc finish(PgResult r, const char* what, PgResult* rows);
+
+    std::map<std::string, std::string> prepared_;
+
+    PGconn* conn_;
+    std::string lastError_;
+    uint64_t changed_ = 0;
+    std::string status_;
+};
+
+}  // namespace vlt
+
+#endif

@@ -1,0 +1,623 @@
+// The repository in a PostgreSQL database.
+//
+// A write transaction takes, at its start, an advisory lock of its node
+// (a node's session) or of the whole repository (the administrator), and
+// waits for it at most the busy time-out (lock_timeout): two writers of
+// one node never interleave, as with the embedded store's write lock, while
+// different nodes write side by side. A query reads through a server-side
+// cursor in batches, so that a million objects never sit in memory at once.
+#include "vltapi/pg_store.h"
+
+#include <stdlib.h>
+#include <string.h>
+
+#include "rvkapi.h"
+#include "vltapi/pg_conn.h"
+
+namespace vlt {
+namespace {
+
+constexpr const char* kObjectColumns =
+    "id, node_id, fs_id, hl, ll, type, owner, mc, ins_date, deact_date, size, state, has_data, "
+    "info";
+constexpr const char* kNodeColumns =
+    "id, name, pw_salt, pw_hash, pw_iter, pw_set, back_del, arch_del";
+constexpr const char* kFsColumns =
+    "id, node_id, name, type, info, capacity, occupancy, reg_date, back_start, back_complete";
+constexpr int kFetchRows = 5000;
+
+// Field readers of one result row.
+struct Row {
+    const PGresult* r;
+    int i;
+    std::string text(int c) const {
+        return std::string(PQgetvalue(r, i, c), static_cast<size_t>(PQgetlength(r, i, c)));
+    }
+    int64_t num(int c) const { return strtoll(PQgetvalue(r, i, c), nullptr, 10); }
+    bool flag(int c) const { return PQgetvalue(r, i, c)[0] == 't'; }
+    std::string bytes(int c) const { return pgBytea(PQgetvalue(r, i, c), PQgetlength(r, i, c)); }
+};
+
+void readObject(const Row& w, ObjectRecord& o) {
+    o.id = static_cast<uint64_t>(w.num(0));
+    o.nodeId = w.num(1);
+    o.fsId = w.num(2);
+    o.hl = w.text(3);
+    o.ll = w.text(4);
+    o.type = static_cast<int>(w.num(5));
+    o.owner = w.text(6);
+    o.mc = w.text(7);
+    o.insDate = w.num(8);
+    o.deactDate = w.num(9);
+    o.size = static_cast<uint64_t>(w.num(10));
+    o.state = static_cast<int>(w.num(11));
+    o.hasData = w.flag(12);
+    o.info = w.bytes(13);
+}
+
+void readNode(const Row& w, NodeRecord& n) {
+    n.id = w.num(0);
+    n.name = w.text(1);
+    n.pwSalt = w.bytes(2);
+    n.pwHash = w.bytes(3);
+    n.pwIterations = static_cast<int>(w.num(4));
+    n.pwSetTime = w.num(5);
+    n.backDel = w.flag(6);
+    n.archDel = w.flag(7);
+}
+
+void readFs(const Row& w, FsRecord& f) {
+    f.id = w.num(0);
+    f.nodeId = w.num(1);
+    f.name = w.text(2);
+    f.type = w.text(3);
+    f.info = w.bytes(4);
+    f.capacity = static_cast<uint64_t>(w.num(5));
+    f.occupancy = static_cast<uint64_t>(w.num(6));
+    f.regDate = w.num(7);
+    f.backStart = w.num(8);
+    f.backComplete = w.num(9);
+}
+
+PgParam pgBool(bool b) {
+    return pgText(b ? "t" : "f");
+}
+
+PgParam pgU64(uint64_t v) {
+    return pgInt(static_cast<int64_t>(v));
+}
+
+std::vector<PgParam> objectParams(const ObjectRecord& o) {
+    return {pgInt(o.nodeId), pgInt(o.fsId),     pgText(o.hl),     pgText(o.ll),       pgInt(o.type),
+            pgText(o.owner), pgText(o.mc),      pgInt(o.insDate), pgInt(o.deactDate), pgU64(o.size),
+            pgInt(o.state),  pgBool(o.hasData), pgBytes(o.info)};
+}
+
+std::vector<PgParam> fsParams(const FsRecord& f) {
+    return {pgInt(f.nodeId),  pgText(f.name),     pgText(f.type),
+            pgBytes(f.info),  pgU64(f.capacity),  pgU64(f.occupancy),
+            pgInt(f.regDate), pgInt(f.backStart), pgInt(f.backComplete)};
+}
+
+class PgStore;
+
+class PgCursor : public ObjectCursor {
+  public:
+    PgCursor(PgStore* store, std::string name) : store_(store), name_(std::move(name)) {}
+    ~PgCursor() override;
+    Rc next(ObjectRecord& o, bool& have) override;
+
+  private:
+    PgStore* store_;
+    std::string name_;
+    PgResult batch_;
+    int row_ = 0;
+    bool last_ = false;  // the batch in hand is the last one
+};
+
+class PgStore : public Store {
+  public:
+    PgStore(std::unique_ptr<PgConn> c, bool asNode) : c_(std::move(c)), asNode_(asNode) {}
+    ~PgStore() override { rollback(); }
+
+    PgConn& conn() { return *c_; }
+    std::string lastError() const override { return c_->lastError(); }
+    bool checksPasswords() const override { return true; }
+
+    Rc begin(bool write) override {
+        if (inTxn_ || cursors_ > 0) {
+            c_->setError("transaction already open");
+            return RVK_RC_WRONG_STATE;
+        }
+        if (Rc rc = c_->exec("BEGIN", "begin transaction")) return rc;
+        inTxn_ = true;
+        if (!write) return RVK_RC_OK;
+        // Nodes share the repository lock and hold their own; the
+        // administrator holds the repository lock alone.
+        Rc rc = asNode_ ? c_->exec(
+                              "SELECT pg_advisory_xact_lock_shared(7031, 0), "
+                              "pg_advisory_xact_lock(7032, hashtext(current_user))",
+                              "lock the node")
+                        : c_->exec("SELECT pg_advisory_xact_lock(7031, 0)", "lock the repository");
+        if (rc) rollback();
+        return rc;
+    }
+
+    Rc commit() override {
+        if (!inTxn_) return RVK_RC_OK;
+        Rc rc = flushActLog();
+        if (rc) {
+            rollback();
+            return rc;
+        }
+        rc = c_->exec("COMMIT", "commit");
+        // A COMMIT of a failed transaction answers "ROLLBACK" without error.
+        if (rc == RVK_RC_OK && c_->status() == "ROLLBACK") {
+            c_->setError("commit: the transaction had failed and was rolled back");
+            rc = RVK_RC_REPOSITORY_ERROR;
+        }
+        inTxn_ = false;
+        return rc;
+    }
+
+    void rollback() override {
+        pendingLog_.clear();
+        if (!inTxn_) return;
+        if (!c_->broken()) c_->exec("ROLLBACK", "rollback");
+        inTxn_ = false;
+    }
+
+    bool inTransaction() const override { return inTxn_; }
+
+    // Cursors outside a transaction run in one of their own, which ends
+    // with the last of them.
+    Rc cursorOpened() {
+        if (!inTxn_ && cursors_ == 0) {
+            if (Rc rc = c_->exec("BEGIN ISOLATION LEVEL REPEATABLE READ", "begin query")) return rc;
+        }
+        ++cursors_;
+        return RVK_RC_OK;
+    }
+
+    void cursorClosed(const std::string& name) {
+        if (c_->broken()) return;
+        c_->exec("CLOSE " + name, "close cursor");
+        if (--cursors_ == 0 && !inTxn_) c_->exec("COMMIT", "end query");
+    }
+
+    Rc readSettings(ServerSettings& s) override {
+        ServerSettings out;
+        PgResult rows;
+        if (Rc rc = c_->exec("SELECT key, value FROM settings", "read settings", &rows)) return rc;
+        for (int i = 0; i < PQntuples(rows.get()); ++i) {
+            Row w{rows.get(), i};
+            applySetting(out, w.text(0), w.text(1));
+        }
+        s = out;
+        return RVK_RC_OK;
+    }
+
+    Rc writeSetting(const std::string& key, const std::string& value) override {
+        return c_->exec(
+            "INSERT INTO settings(key, value) VALUES($1, $2) ON CONFLICT (key) DO UPDATE SET "
+            "value = excluded.value",
+            {pgText(key), pgText(value)}, "write setting");
+    }
+
+    // Runs a kept statement and reads its first row, if any.
+    template <typename Read>
+    Rc oneRow(const std::string& sql, const std::vector<PgParam>& params, const char* what,
+              bool& found, Read read) {
+        PgResult r;
+        if (Rc rc = c_->exec(sql, params, what, &r)) return rc;
+        found = PQntuples(r.get()) > 0;
+        if (found) read(Row{r.get(), 0});
+        return RVK_RC_OK;
+    }
+
+    template <typename Read>
+    Rc allRows(const std::string& sql, const std::vector<PgParam>& params, const char* what,
+               Read read) {
+        PgResult r;
+        if (Rc rc = c_->exec(sql, params, what, &r)) return rc;
+        for (int i = 0; i < PQntuples(r.get()); ++i) read(Row{r.get(), i});
+        return RVK_RC_OK;
+    }
+
+    Rc findNode(const std::string& name, NodeRecord& n, bool& found) override {
+        return oneRow(std::string("SELECT ") + kNodeColumns + " FROM nodes WHERE name = $1",
+                      {pgText(name)}, "find node", found, [&](const Row& w) { readNode(w, n); });
+    }
+
+    std::string roleOf(const std::string& node) { return pgNodeRole(c_->database(), node); }
+
+    // The node's login role, made unless it exists (roles outlive a dropped
+    // database), without a password until setServerPassword gives one.
+    Rc insertNode(NodeRecord& n) override {
+        std::string role = roleOf(n.name);
+        PgResult r;
+        if (Rc rc = c_->exec("SELECT 1 FROM pg_roles WHERE rolname = $1", {pgText(role)},
+                             "find role", &r))
+            return rc;
+        std::string q = c_->quoteIdent(role);
+        if (PQntuples(r.get()) == 0) {
+            if (Rc rc = c_->exec("CREATE ROLE " + q + " LOGIN", "create node role")) return rc;
+        }
+        if (Rc rc = c_->exec("GRANT " + c_->quoteIdent(pgGroupRole(c_->database())) + " TO " + q,
+                             "grant node rights"))
+            return rc;
+        bool found = false;
+        return oneRow(
+            "INSERT INTO nodes(name, role, pw_salt, pw_hash, pw_iter, pw_set, back_del, "
+            "arch_del) VALUES($1, $2, $3::bytea, $4::bytea, $5, $6, $7, $8) RETURNING id",
+            {pgText(n.name), pgText(role), pgBytes(n.pwSalt), pgBytes(n.pwHash),
+             pgInt(n.pwIterations), pgInt(n.pwSetTime), pgBool(n.backDel), pgBool(n.archDel)},
+            "insert node", found, [&](const Row& w) { n.id = w.num(0); });
+    }
+
+    // A node may change only its password columns: its rights to delete
+    // are the administrator's to give.
+    Rc updateNode(const NodeRecord& n) override {
+        if (asNode_)
+            return c_->exec(
+                "UPDATE nodes SET pw_salt = $2::bytea, pw_hash = $3::bytea, pw_iter = $4, "
+                "pw_set = $5 WHERE id = $1",
+                {pgInt(n.id), pgBytes(n.pwSalt), pgBytes(n.pwHash), pgInt(n.pwIterations),
+                 pgInt(n.pwSetTime)},
+                "update node");
+        return c_->exec(
+            "UPDATE nodes SET pw_salt = $2::bytea, pw_hash = $3::bytea, pw_iter = $4, pw_set = "
+            "$5, back_del = $6, arch_del = $7 WHERE id = $1",
+            {pgInt(n.id), pgBytes(n.pwSalt), pgBytes(n.pwHash), pgInt(n.pwIterations),
+             pgInt(n.pwSetTime), pgBool(n.backDel), pgBool(n.archDel)},
+            "update node");
+    }
+
+    Rc setServerPassword(const std::string& node, const std::string& pw) override {
+        std::string role = roleOf(node), secret;
+        if (Rc rc = c_->scramSecret(role, pw, secret)) return rc;
+        return setServerSecret(node, secret);
+    }
+
+    Rc setServerSecret(const std::string& node, const std::string& secret) override {
+        return c_->exec(
+            "ALTER ROLE " + c_->quoteIdent(roleOf(node)) + " PASSWORD " + c_->quoteLiteral(secret),
+            "set the node's password");
+    }
+
+    Rc listNodes(std::vector<NodeRecord>& out) override {
+        out.clear();
+        return allRows(std::string("SELECT ") + kNodeColumns + " FROM nodes ORDER BY name", {},
+                       "list nodes", [&](const Row& w) {
+                           NodeRecord n;
+                           readNode(w, n);
+                           out.push_back(n);
+                       });
+    }
+
+    Rc listFileSpaces(int64_t nodeId, std::vector<FsRecord>& out) override {
+        out.clear();
+        return allRows(std::string("SELECT ") + kFsColumns +
+                           " FROM filespaces WHERE node_id = $1 ORDER BY name",
+                       {pgInt(nodeId)}, "list file spaces", [&](const Row& w) {
+                           FsRecord f;
+                           readFs(w, f);
+                           out.push_back(f);
+                       });
+    }
+
+    Rc findFileSpace(int64_t nodeId, const std::string& name, FsRecord& fs, bool& found) override {
+        return oneRow(std::string("SELECT ") + kFsColumns +
+                          " FROM filespaces WHERE node_id = $1 AND name = $2",
+                      {pgInt(nodeId), pgText(name)}, "find file space", found,
+                      [&](const Row& w) { readFs(w, fs); });
+    }
+
+    Rc insertFileSpace(FsRecord& fs) override {
+        bool found = false;
+        return oneRow(
+            "INSERT INTO filespaces(node_id, name, type, info, capacity, occupancy, reg_date, "
+            "back_start, back_complete) VALUES($1, $2, $3, $4::bytea, $5, $6, $7, $8, $9) "
+            "RETURNING id",
+            fsParams(fs), "insert file space", found, [&](const Row& w) { fs.id = w.num(0); });
+    }
+
+    Rc updateFileSpace(const FsRecord& fs) override {
+        std::vector<PgParam> p = fsParams(fs);
+        p.push_back(pgInt(fs.id));
+        return c_->exec(
+            "UPDATE filespaces SET node_id = $1, name = $2, type = $3, info = $4::bytea, capacity "
+            "= $5, occupancy = $6, reg_date = $7, back_start = $8, back_complete = $9 WHERE id = "
+            "$10",
+            p, "update file space");
+    }
+
+    Rc deleteFileSpace(int64_t fsId, uint64_t& objectsDeleted) override {
+        if (Rc rc = c_->exec("DELETE FROM object_data WHERE obj_id IN (SELECT o.id FROM objects o "
+                             "JOIN filespaces f ON o.node_id = f.node_id AND o.fs_id = f.id "
+                             "WHERE f.id = $1)",
+                             {pgInt(fsId)}, "delete file space data"))
+            return rc;
+        if (Rc rc = c_->exec("DELETE FROM objects WHERE node_id = (SELECT node_id FROM filespaces "
+                             "WHERE id = $1) AND fs_id = $1",
+                             {pgInt(fsId)}, "delete file space objects"))
+            return rc;
+        objectsDeleted = c_->changed();
+        return c_->exec("DELETE FROM filespaces WHERE id = $1", {pgInt(fsId)}, "delete file space");
+    }
+
+    Rc openObjects(const ObjectQuery& q, std::unique_ptr<ObjectCursor>& out) override {
+        std::vector<PgParam> p{pgInt(q.nodeId)};
+        auto param = [&](PgParam v) {
+            p.push_back(std::move(v));
+            return "$" + std::to_string(p.size());
+        };
+        std::string sql =
+            std::string("SELECT ") + kObjectColumns + " FROM objects WHERE node_id = $1";
+        if (q.fsId) sql += " AND fs_id = " + param(pgInt(q.fsId));
+        if (q.hlExact) sql += " AND hl = " + param(pgText(q.hl));
+        if (q.llExact) sql += " AND ll = " + param(pgText(q.ll));
+        if (q.pit == 0) {
+            if (q.state != 0xFF) sql += " AND state = " + param(pgInt(q.state));
+        } else {
+            std::string pit = param(pgInt(q.pit));
+            sql += " AND ins_date <= " + pit;
+            if (q.state == RVK_STATE_ACTIVE)
+                sql += " AND (deact_date = 0 OR deact_date > " + pit + ")";
+            else if (q.state == RVK_STATE_INACTIVE)
+                sql += " AND deact_date <> 0 AND deact_date <= " + pit;
+        }
+        if (q.objType != 0xFF) sql += " AND type = " + param(pgInt(q.objType));
+        sql += q.fsId ? " ORDER BY hl, ll, id" : " ORDER BY id";
+        std::string name = "objects_" + std::to_string(++cursorSerial_);
+        if (Rc rc = cursorOpened()) return rc;
+        if (Rc rc = c_->execOnce("DECLARE " + name + " NO SCROLL CURSOR FOR " + sql, p,
+                                 "query objects")) {
+            cursorClosed(name);
+            return rc;
+        }
+        out.reset(new PgCursor(this, name));
+        return RVK_RC_OK;
+    }
+
+    Rc findObject(uint64_t id, ObjectRecord& o, bool& found) override {
+        return oneRow(std::string("SELECT ") + kObjectColumns + " FROM objects WHERE id = $1",
+                      {pgU64(id)}, "find object", found, [&](const Row& w) { readObject(w, o); });
+    }
+
+    Rc findActiveObject(int64_t nodeId, int64_t fsId, const std::string& hl, const std::string& ll,
+                        ObjectRecord& o, bool& found) override {
+        return oneRow(std::string("SELECT ") + kObjectColumns +
+                          " FROM objects WHERE node_id = $1 AND fs_id = $2 AND hl = $3 AND ll = "
+                          "$4 AND state = 1 ORDER BY id DESC LIMIT 1",
+                      {pgInt(nodeId), pgInt(fsId), pgText(hl), pgText(ll)}, "find active object",
+                      found, [&](const Row& w) { readObject(w, o); });
+    }
+
+    // One round trip: the older active object of the name is deactivated by
+    // the same statement that inserts the new one.
+    Rc insertObject(ObjectRecord& o) override {
+        o.state = RVK_STATE_ACTIVE;
+        o.deactDate = 0;
+        bool found = false;
+        return oneRow(
+            "WITH old AS (UPDATE objects SET state = 2, deact_date = greatest(ins_date, $8) "
+            "WHERE node_id = $1 AND fs_id = $2 AND hl = $3 AND ll = $4 AND state = 1) "
+            "INSERT INTO objects(node_id, fs_id, hl, ll, type, owner, mc, ins_date, deact_date, "
+            "size, state, has_data, info) VALUES($1, $2, $3, $4, $5, $6, $7, $8, $9, $10, $11, "
+            "$12, $13::bytea) RETURNING id",
+            objectParams(o), "insert object", found,
+            [&](const Row& w) { o.id = static_cast<uint64_t>(w.num(0)); });
+    }
+
+    // The sequence moves past the copied id in the same statement.
+    Rc insertObjectAsIs(const ObjectRecord& o) override {
+        std::vector<PgParam> p = objectParams(o);
+        p.push_back(pgU64(o.id));
+        return c_->exec(
+            "INSERT INTO objects(node_id, fs_id, hl, ll, type, owner, mc, ins_date, deact_date, "
+            "size, state, has_data, info, id) SELECT $1::bigint, $2::bigint, $3::text, $4::text, "
+            "$5::int, $6::text, $7::text, $8::bigint, $9::bigint, $10::bigint, $11::int, "
+            "$12::boolean, $13::bytea, $14::bigint FROM (SELECT setval('object_ids', "
+            "greatest($14::bigint + 1, (SELECT CASE WHEN is_called THEN last_value + 1 ELSE "
+            "last_value END FROM object_ids)), false)) s",
+            p, "copy object");
+    }
+
+    Rc updateObject(const ObjectRecord& o) override {
+        std::vector<PgParam> p = objectParams(o);
+        p.push_back(pgU64(o.id));
+        return c_->exec(
+            "UPDATE objects SET node_id = $1, fs_id = $2, hl = $3, ll = $4, type = $5, owner = "
+            "$6, mc = $7, ins_date = $8, deact_date = $9, size = $10, state = $11, has_data = "
+            "$12, info = $13::bytea WHERE id = $14",
+            p, "update object");
+    }
+
+    // The object and its data in one round trip.
+    Rc deleteObject(uint64_t id, bool& changed) override {
+        bool found = false;
+        Rc rc = oneRow(
+            "WITH gone AS (DELETE FROM objects WHERE id = $1 RETURNING id), "
+            "data AS (DELETE FROM object_data WHERE obj_id IN (SELECT id FROM gone)) "
+            "SELECT count(*) FROM gone",
+            {pgU64(id)}, "delete object", found, [&](const Row& w) { changed = w.num(0) > 0; });
+        return rc;
+    }
+
+    Rc deleteNodeObject(int64_t nodeId, uint64_t id, ObjectRecord& o, bool& found) override {
+        return oneRow(std::string("WITH gone AS (DELETE FROM objects WHERE id = $1 AND node_id = "
+                                  "$2 RETURNING ") +
+                          kObjectColumns +
+                          "), data AS (DELETE FROM object_data WHERE obj_id IN (SELECT id FROM "
+                          "gone)) SELECT * FROM gone",
+                      {pgU64(id), pgInt(nodeId)}, "delete object", found,
+                      [&](const Row& w) { readObject(w, o); });
+    }
+
+    Rc countObjects(int64_t nodeId, uint64_t& n) override {
+        bool found = false;
+        return oneRow("SELECT count(*) FROM objects WHERE node_id = $1", {pgInt(nodeId)},
+                      "count objects", found,
+                      [&](const Row& w) { n = static_cast<uint64_t>(w.num(0)); });
+    }
+
+    // The data row takes the node of its object, as the session sees it.
+    Rc appendData(uint64_t objId, uint32_t seq, const void* data, size_t len) override {
+        if (Rc rc = c_->exec("INSERT INTO object_data(node_id, obj_id, seq, chunk) SELECT "
+                             "node_id, id, $2, $3::bytea FROM objects WHERE id = $1",
+                             {pgU64(objId), pgInt(seq),
+                              pgBytes(std::string(static_cast<const char*>(data), len))},
+                             "store object data"))
+            return rc;
+        if (c_->changed() == 0) {
+            c_->setError("store object data: no object " + std::to_string(objId));
+            return RVK_RC_REPOSITORY_ERROR;
+        }
+        return RVK_RC_OK;
+    }
+
+    Rc readData(uint64_t objId, uint32_t seq, std::string& chunk, bool& found) override {
+        return oneRow("SELECT chunk FROM object_data WHERE obj_id = $1 AND seq = $2",
+                      {pgU64(objId), pgInt(seq)}, "read object data", found,
+                      [&](const Row& w) { chunk = w.bytes(0); });
+    }
+
+    // Inside a transaction, log rows wait in memory and go to the server
+    // with the commit, many in one statement: a deletion then costs one
+    // round trip, not two.
+    Rc appendActLog(const ActLogRecord& a) override {
+        if (inTxn_) {
+            pendingLog_.push_back(a);
+            return RVK_RC_OK;
+        }
+        return c_->exec(
+            "INSERT INTO actlog(date, node, severity, msg_id, text, obj_id) VALUES($1, $2, $3, "
+            "$4, $5, $6)",
+            {pgInt(a.date), pgText(a.node), pgInt(a.severity), pgText(a.msgId), pgText(a.text),
+             pgU64(a.objId)},
+            "write activity log");
+    }
+
+    Rc flushActLog() {
+        constexpr size_t kRowsPerInsert = 1000;
+        for (size_t at = 0; at < pendingLog_.size(); at += kRowsPerInsert) {
+            std::string sql =
+                "INSERT INTO actlog(date, node, severity, msg_id, text, obj_id) VALUES";
+            std::vector<PgParam> p;
+            for (size_t i = at; i < pendingLog_.size() && i < at + kRowsPerInsert; ++i) {
+                const ActLogRecord& a = pendingLog_[i];
+                size_t b = p.size();
+                sql += (i == at ? "(" : ",(");
+                for (size_t k = 1; k <= 6; ++k)
+                    sql += "$" + std::to_string(b + k) + (k == 6 ? ")" : ", ");
+                p.push_back(pgInt(a.date));
+                p.push_back(pgText(a.node));
+                p.push_back(pgInt(a.severity));
+                p.push_back(pgText(a.msgId));
+                p.push_back(pgText(a.text));
+                p.push_back(pgU64(a.objId));
+            }
+            if (Rc rc = c_->execOnce(sql, p, "write activity log")) return rc;
+        }
+        pendingLog_.clear();
+        return RVK_RC_OK;
+    }
+
+    Rc listActLog(const std::function<void(const ActLogRecord&)>& fn) override {
+        if (Rc rc = flushActLog()) return rc;
+        return allRows("SELECT date, node, severity, msg_id, text, obj_id FROM actlog ORDER BY id",
+                       {}, "read activity log", [&](const Row& w) {
+                           ActLogRecord a;
+                           a.date = w.num(0);
+                           a.node = w.text(1);
+                           a.severity = static_cast<int>(w.num(2));
+                           a.msgId = w.text(3);
+                           a.text = w.text(4);
+                           a.objId = static_cast<uint64_t>(w.num(5));
+                           fn(a);
+                       });
+    }
+
+    Rc checkFormat(std::string& err) {
+        PgResult r;
+        Rc rc = c_->exec("SELECT key, value FROM repo_meta", "read format", &r);
+        std::string format, version;
+        for (int i = 0; rc == RVK_RC_OK && i < PQntuples(r.get()); ++i) {
+            Row w{r.get(), i};
+            (w.text(0) == "format" ? format : version) = w.text(1);
+        }
+        if (rc == RVK_RC_COMM_FAILURE || rc == RVK_RC_SERVER_BUSY) {
+            err = c_->lastError();
+            return rc;
+        }
+        if (format != kPgFormat) {
+            err = "not a VLT repository";
+            return RVK_RC_REPOSITORY_VERSION;
+        }
+        if (version != std::to_string(kPgSchemaVersion)) {
+            err = "repository version " + version + ", this library reads version " +
+                  std::to_string(kPgSchemaVersion);
+            return RVK_RC_REPOSITORY_VERSION;
+        }
+        return RVK_RC_OK;
+    }
+
+  private:
+    std::unique_ptr<PgConn> c_;
+    bool asNode_;
+    bool inTxn_ = false;
+    int cursors_ = 0;
+    std::vector<ActLogRecord> pendingLog_;
+    unsigned cursorSerial_ = 0;
+};
+
+PgCursor::~PgCursor() {
+    store_->cursorClosed(name_);
+}
+
+Rc PgCursor::next(ObjectRecord& o, bool& have) {
+    have = false;
+    if (!batch_ || row_ >= PQntuples(batch_.get())) {
+        if (last_) return RVK_RC_OK;
+        batch_.reset();
+        row_ = 0;
+        if (Rc rc = store_->conn().exec("FETCH " + std::to_string(kFetchRows) + " FROM " + name_,
+                                        "read objects", &batch_))
+            return rc;
+        last_ = PQntuples(batch_.get()) < kFetchRows;
+        if (PQntuples(batch_.get()) == 0) return RVK_RC_OK;
+    }
+    readObject(Row{batch_.get(), row_++}, o);
+    have = true;
+    return RVK_RC_OK;
+}
+
+}  // namespace
+
+Rc openPgStore(const std::string& uri, int busyTimeoutMs, const std::string& node,
+               const std::string& password, std::unique_ptr<Store>& out, std::string& err) {
+    std::string db = pgDatabaseName(uri, err);
+    if (db.empty()) return RVK_RC_COMM_FAILURE;
+    std::unique_ptr<PgConn> c;
+    std::string role = node.empty() ? "" : pgNodeRole(db, node);
+    if (Rc rc = PgConn::open(uri, role, password, c, err)) return rc;
+    // Kept statements are planned once: a plan made for each call costs
+    // more than the call itself, and the partition is chosen at run time.
+    if (c->exec("SET lock_timeout = " + std::to_string(busyTimeoutMs > 0 ? busyTimeoutMs : 1) +
+                    "; SET plan_cache_mode = force_generic_plan",
+                "set the session up")) {
+        err = c->lastError();
+        return RVK_RC_COMM_FAILURE;
+    }
+    std::unique_ptr<PgStore> s(new PgStore(std::move(c), !node.empty()));
+    std::string why;
+    if (Rc rc = s->checkFormat(why)) {
+        err = "repository " + uri + ": " + why;
+        return rc;
+    }
+    out = std::move(s);
+    return RVK_RC_OK;
+}
+
+}  // namespace vlt

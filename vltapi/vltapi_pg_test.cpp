@@ -1,0 +1,238 @@
+// What only a database server adds: nodes kept apart by the database even
+// for direct SQL, sessions of several nodes at once, and a connection lost
+// in the middle of a transaction. Runs against the throwaway cluster.
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "rvkapi.h"
+#include "vltapi/vltapi_testenv.h"
+
+using namespace vltest;
+
+namespace {
+
+std::string objectLines(const std::string& fs, int n) {
+    std::string s;
+    for (int i = 0; i < n; ++i)
+        s += fs + "\t/h\t/o" + std::to_string(i) + "\t2024-01-02 03:04:05\t" +
+             std::to_string(i + 1) + "\n";
+    return s;
+}
+
+std::vector<uint64_t> ids(const QueryResult& r) {
+    std::vector<uint64_t> out;
+    for (const Obj& o : r.objects) out.push_back(o.id);
+    return out;
+}
+
+size_t deletions(const Repo& repo, uint64_t id) {
+    size_t n = 0;
+    for (auto& line : repo.actlog())
+        n += line.find("Deleted backup object " + std::to_string(id) + " ") != std::string::npos;
+    return n;
+}
+
+class Pg : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_TRUE(pgMode()) << "these tests need the test cluster: VLT_TEST_PG names its folder";
+        repo.load("node1", objectLines("/one", 5));
+        repo.load("node2", objectLines("/two", 3));
+        ASSERT_EQ(setUp(repo.optFile()), RVK_RC_OK);
+    }
+    void TearDown() override { rvkCleanUp(RVK_MULTITHREAD); }
+
+    std::string role(const std::string& node) {
+        auto r = pgSql(repo.database(), "SELECT role FROM nodes WHERE name = '" + node + "'");
+        return r.size() == 1 ? r[0] : "";
+    }
+    // Runs SQL in the repository's database as the node's own role.
+    std::vector<std::string> asNode(const std::string& node, const std::string& pw,
+                                    const std::string& sql) {
+        return pgSql(repo.database(), sql, role(node), pw);
+    }
+
+    Repo repo;
+};
+
+bool refused(const std::vector<std::string>& r) {
+    return r.size() == 1 && r[0].compare(0, 6, "ERROR:") == 0;
+}
+
+TEST_F(Pg, DirectSqlOfANodeSeesAndChangesOnlyItsOwnRows) {
+    const std::string node2Id =
+        pgSql(repo.database(), "SELECT id FROM nodes WHERE name = 'NODE2'")[0];
+    EXPECT_EQ(asNode("NODE1", "pw-one", "SELECT count(*) FROM objects"),
+              std::vector<std::string>{"5"});
+    EXPECT_EQ(asNode("NODE1", "pw-one", "SELECT name FROM nodes"),
+              std::vector<std::string>{"NODE1"});
+    EXPECT_EQ(asNode("NODE1", "pw-one", "SELECT DISTINCT name FROM filespaces"),
+              std::vector<std::string>{"/one"});
+    EXPECT_EQ(asNode("NODE1", "pw-one", "SELECT count(*) FROM actlog WHERE node <> 'NODE1'"),
+              std::vector<std::string>{"0"});
+    // Changes to another node's rows touch nothing or are refused.
+    EXPECT_TRUE(
+        asNode("NODE1", "pw-one", "DELETE FROM objects WHERE node_id = " + node2Id).empty());
+    EXPECT_TRUE(asNode("NODE1", "pw-one", "UPDATE filespaces SET name = 'x'").empty());
+    EXPECT_TRUE(
+        refused(asNode("NODE1", "pw-one",
+                       "INSERT INTO objects(node_id, fs_id, hl, ll, type, owner, mc, "
+                       "ins_date, deact_date, size, state, has_data, info) VALUES(" +
+                           node2Id + ", 1, '/h', '/x', 1, '', '', 0, 0, 0, 1, false, '')")));
+    EXPECT_TRUE(refused(asNode("NODE1", "pw-one",
+                               "INSERT INTO actlog(date, node, severity, msg_id, text, obj_id) "
+                               "VALUES(0, 'NODE2', 0, 'X', 'forged', 0)")));
+    // A node's rights to delete are the administrator's to give.
+    EXPECT_TRUE(refused(asNode("NODE1", "pw-one", "UPDATE nodes SET back_del = true")));
+    EXPECT_TRUE(refused(asNode("NODE1", "pw-one", "UPDATE settings SET value = '1'")));
+    EXPECT_EQ(repo.count("node2"), 3u);
+    // The server itself checks the password.
+    EXPECT_TRUE(refused(asNode("NODE1", "pw-two", "SELECT 1")));
+    // A node of another repository may not even connect.
+    Repo other;
+    auto r =
+        pgSql(repo.database(), "SELECT 1",
+              pgSql(other.database(), "SELECT role FROM nodes WHERE name = 'NODE1'")[0], "pw-one");
+    EXPECT_TRUE(refused(r));
+}
+
+TEST_F(Pg, NodesWorkSideBySideAndOneNodesDeletersTakeTurns) {
+    uint32_t a = 0, b = 0, c = 0;
+    ASSERT_EQ(logOn(&a, "node1", "pw-one"), RVK_RC_OK);
+    ASSERT_EQ(logOn(&b, "node2", "pw-two"), RVK_RC_OK);
+    ASSERT_EQ(logOn(&c, "node1", "pw-one"), RVK_RC_OK);
+    auto mine = ids(query(a, "/one", "*", "*"));
+    auto theirs = ids(query(b, "/two", "*", "*"));
+    ASSERT_EQ(mine.size(), 5u);
+    ASSERT_EQ(theirs.size(), 3u);
+
+    // NODE1's open transaction does not hold NODE2 up.
+    ASSERT_EQ(rvkBeginTxn(a), RVK_RC_OK);
+    ASSERT_EQ(rvkDeleteObj(a, RVK_DEL_BACKUP_ID, delInfo(mine[0])), RVK_RC_OK);
+    uint16_t reason = 0;
+    EXPECT_EQ(deleteInTxn(b, {theirs[0]}, RVK_VOTE_COMMIT, &reason), RVK_RC_OK);
+
+    // A second session of NODE1 deleting the same object waits for the
+    // first, then finds the object gone: one deletion, nothing lost.
+    int16_t otherEnd = 0;
+    std::vector<int16_t> otherDeletes;
+    uint16_t otherReason = 0;
+    std::thread second([&] {
+        otherEnd = deleteInTxn(c, {mine[0], mine[1]}, RVK_VOTE_COMMIT, &otherReason, &otherDeletes);
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    EXPECT_EQ(rvkEndTxn(a, RVK_VOTE_COMMIT, &reason), RVK_RC_OK);
+    second.join();
+    ASSERT_EQ(otherDeletes.size(), 2u);
+    EXPECT_EQ(otherDeletes[0], RVK_RC_OBJ_NOT_FOUND);
+    EXPECT_EQ(otherEnd, RVK_RC_CHECK_REASON_CODE);
+    EXPECT_EQ(otherReason, RVK_RC_OBJ_NOT_FOUND);
+    EXPECT_EQ(repo.count("node1"), 4u);
+    EXPECT_EQ(repo.count("node2"), 2u);
+    EXPECT_EQ(deletions(repo, mine[0]), 1u);
+    EXPECT_EQ(deletions(repo, mine[1]), 0u);
+}
+
+TEST_F(Pg, ALostConnectionLeavesNothingHalfDone) {
+    uint32_t h = 0;
+    ASSERT_EQ(logOn(&h, "node1", "pw-one"), RVK_RC_OK);
+    auto mine = ids(query(h, "/one", "*", "*"));
+    ASSERT_EQ(mine.size(), 5u);
+    ASSERT_EQ(rvkBeginTxn(h), RVK_RC_OK);
+    ASSERT_EQ(rvkDeleteObj(h, RVK_DEL_BACKUP_ID, delInfo(mine[0])), RVK_RC_OK);
+    auto killed = pgSql(repo.database(),
+                        "SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE usename = '" +
+                            role("NODE1") + "'");
+    ASSERT_EQ(killed, std::vector<std::string>{"t"});
+    EXPECT_EQ(rvkDeleteObj(h, RVK_DEL_BACKUP_ID, delInfo(mine[1])), RVK_RC_COMM_FAILURE);
+    uint16_t reason = 0;
+    EXPECT_EQ(rvkEndTxn(h, RVK_VOTE_COMMIT, &reason), RVK_RC_CHECK_REASON_CODE);
+    // A reason is unsigned: a negative code is reported as a repository error.
+    EXPECT_EQ(reason, RVK_RC_REPOSITORY_ERROR);
+    EXPECT_EQ(repo.count("node1"), 5u);
+    EXPECT_EQ(deletions(repo, mine[0]), 0u);
+    EXPECT_EQ(rvkTerminate(h), RVK_RC_OK);
+
+    // The next session works.
+    ASSERT_EQ(logOn(&h, "node1", "pw-one"), RVK_RC_OK);
+    EXPECT_EQ(deleteInTxn(h, {mine[0], mine[1]}, RVK_VOTE_COMMIT, &reason), RVK_RC_OK);
+    EXPECT_EQ(repo.count("node1"), 3u);
+}
+
+}  // namespace
+
+namespace {
+
+TEST(PgCopy, SqliteRepositoryMovesWithPasswordsIdsStatesAndLog) {
+    ASSERT_TRUE(pgMode()) << "these tests need the test cluster: VLT_TEST_PG names its folder";
+    Repo from("", Repo::Kind::Sqlite);
+    from.load("node1", objectLines("/one", 4));
+    // The same names again: the first four become inactive.
+    from.load("node1", objectLines("/one", 2));
+    from.load("node2", objectLines("/two", 3));
+    setPassword(from.optFile(), "node2", "changed-pw");
+    // A node whose hash is of a kind the server cannot take over (here: no
+    // salt) is copied without a server password.
+    auto edit = zebotest::run("sqlite3 '" + from.repository() +
+                              "' \"UPDATE nodes SET pw_salt = x'' WHERE name = 'NODE2'\"");
+    ASSERT_EQ(edit.status, 0) << edit.err;
+
+    std::string db = "copy" + std::to_string(getpid());
+    ASSERT_TRUE(pgSql("postgres", "CREATE DATABASE " + db).empty());
+    std::string toOpt = from.path("to.opt");
+    zebotest::writeFile(toOpt, "REPOSITORY " + pgUri(db) + "\nNODENAME node1\n");
+    auto r = zebotest::run("'" + vltadmPath() + "' copy '" + from.optFile() + "' '" + toOpt + "'");
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find("copied 2 nodes, 2 file spaces, 9 objects"), std::string::npos) << r.out;
+    // A second copy into the same database is refused.
+    EXPECT_NE(zebotest::run("'" + vltadmPath() + "' copy '" + from.optFile() + "' '" + toOpt + "'")
+                  .status,
+              0);
+
+    EXPECT_EQ(zebotest::run("'" + vltadmPath() + "' -c '" + toOpt + "' actlog").out,
+              from.adm("actlog").out);
+
+    // The nodes log on with their old passwords, now checked by the server,
+    // and see the same objects with the same ids and states.
+    auto everything = [](const std::string& opt, const char* node, const char* pw) {
+        EXPECT_EQ(setUp(opt), RVK_RC_OK);
+        uint32_t h = 0;
+        EXPECT_EQ(logOn(&h, node, pw), RVK_RC_OK) << opt;
+        std::vector<std::string> out;
+        for (const Obj& o : query(h, "*", "*", "*", RVK_STATE_ANY).objects)
+            out.push_back(std::to_string(o.id) + " " + o.fs + o.hl + o.ll + " " +
+                          std::to_string(o.state) + " " + std::to_string(o.size));
+        rvkCleanUp(RVK_MULTITHREAD);
+        return out;
+    };
+    auto before = everything(from.optFile(), "node1", "pw-one");
+    EXPECT_EQ(before.size(), 6u);
+    EXPECT_EQ(everything(toOpt, "node1", "pw-one"), before);
+    EXPECT_NE(r.out.find("node NODE2 keeps its objects, but its password cannot be carried over"),
+              std::string::npos)
+        << r.out;
+    ASSERT_EQ(setUp(toOpt), RVK_RC_OK);
+    uint32_t refused = 0;
+    EXPECT_EQ(logOn(&refused, "node2", "changed-pw"), RVK_RC_AUTH_FAILURE);
+    rvkCleanUp(RVK_MULTITHREAD);
+    setPassword(toOpt, "node2", "new-pw");
+    EXPECT_EQ(everything(toOpt, "node2", "new-pw").size(), 3u);
+    // New objects get ids after the copied ones.
+    ASSERT_EQ(zebotest::run("'" + vltadmPath() + "' -c '" + toOpt + "' load node2",
+                            objectLines("/new", 1))
+                  .status,
+              0);
+    auto listing =
+        zebotest::lines(zebotest::run("'" + vltadmPath() + "' -c '" + toOpt + "' list node2").out);
+    ASSERT_FALSE(listing.empty());
+    EXPECT_GT(strtoull(listing.back().c_str(), nullptr, 10),
+              strtoull(before.back().c_str(), nullptr, 10));
+    pgSql("postgres", "DROP DATABASE " + db + " WITH (FORCE)");
+}
+
+}  // namespace
