@@ -35,7 +35,9 @@ class Passwords : public ::testing::Test {
         if (h) rvkTerminate(h);
         return rc;
     }
-    Repo repo;
+    // The hashes are read and planted with SQL on the repository file, so
+    // these tests keep to a file repository whichever store the run tests.
+    Repo repo{"", Repo::Kind::Sqlite};
 };
 
 std::string hex(const unsigned char* p, size_t n) {

@@ -2,6 +2,7 @@
 // for direct SQL, sessions of several nodes at once, and a connection lost
 // in the middle of a transaction. Runs against the throwaway cluster.
 #include <gtest/gtest.h>
+#include <openssl/evp.h>
 #include <stdlib.h>
 #include <unistd.h>
 
@@ -168,6 +169,16 @@ TEST_F(Pg, ALostConnectionLeavesNothingHalfDone) {
 
 namespace {
 
+std::string hexText(const unsigned char* p, size_t n) {
+    static const char digits[] = "0123456789abcdef";
+    std::string out;
+    for (size_t i = 0; i < n; ++i) {
+        out += digits[p[i] >> 4];
+        out += digits[p[i] & 15];
+    }
+    return out;
+}
+
 TEST(PgCopy, SqliteRepositoryMovesWithPasswordsIdsStatesAndLog) {
     ASSERT_TRUE(pgMode()) << "these tests need the test cluster: VLT_TEST_PG names its folder";
     Repo from("", Repo::Kind::Sqlite);
@@ -175,12 +186,19 @@ TEST(PgCopy, SqliteRepositoryMovesWithPasswordsIdsStatesAndLog) {
     // The same names again: the first four become inactive.
     from.load("node1", objectLines("/one", 2));
     from.load("node2", objectLines("/two", 3));
-    setPassword(from.optFile(), "node2", "changed-pw");
-    // A node whose hash is of a kind the server cannot take over (here: no
-    // salt) is copied without a server password.
-    auto edit = zebotest::run("sqlite3 '" + from.repository() +
-                              "' \"UPDATE nodes SET pw_salt = x'' WHERE name = 'NODE2'\"");
+    // NODE1 holds a hash of the kind older repositories hold (salted
+    // PBKDF2-HMAC-SHA256), which the server takes over as its password
+    // secret; NODE2's Argon2id hash is of a kind it cannot take over, so
+    // NODE2 is copied without a server password.
+    const unsigned char salt[16] = {3, 1, 4, 1, 5, 9, 2, 6, 5, 3, 5, 8, 9, 7, 9, 3};
+    unsigned char hash[32];
+    ASSERT_EQ(PKCS5_PBKDF2_HMAC("pw-one", 6, salt, sizeof salt, 20000, EVP_sha256(), 32, hash), 1);
+    auto edit =
+        zebotest::run("sqlite3 '" + from.repository() + "' \"UPDATE nodes SET pw_salt = X'" +
+                      hexText(salt, sizeof salt) + "', pw_hash = X'" + hexText(hash, sizeof hash) +
+                      "', pw_iter = 20000 WHERE name = 'NODE1'\"");
     ASSERT_EQ(edit.status, 0) << edit.err;
+    setPassword(from.optFile(), "node2", "changed-pw");
 
     std::string db = "copy" + std::to_string(getpid());
     ASSERT_TRUE(pgSql("postgres", "CREATE DATABASE " + db).empty());
