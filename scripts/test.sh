@@ -35,5 +35,5 @@ echo "== sanitizer build =="
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
 # libpq's message catalogs stay bound for the life of a process (see the file).
-export LSAN_OPTIONS=${LSAN_OPTIONS:-suppressions=$root/testing/lsan.supp}
+export LSAN_OPTIONS=${LSAN_OPTIONS:-suppressions=$root/testing/lsan.supp:print_suppressions=0}
 build_and_test build-asan -DCMAKE_BUILD_TYPE=Debug -DZEBO_SANITIZE=ON
