@@ -12,6 +12,7 @@
 #include "agent/agentenv.h"
 #include "agent/errorlog.h"
 #include "api/drvkapi.h"
+#include "catalogs/zebo_names.h"
 #include "common/nls/nls.h"
 #include "common/ut/trace.h"
 
@@ -170,7 +171,7 @@ int16_t psReadPswd(char* password, AgentContext* context) {
     if (!file && fd >= 0) close(fd);
     if (!file) {
         TRACE(TR_ORCLEVEL0, " %s: Exit - RVK_RC_NO_PASS_FILE\n rc: %d\n\n", kName, statRc);
-        char* text = nlFormatText(2519, context->optValue[OPT_ZEBO_NODE]);
+        char* text = nlFormatText(MSG_NO_PASSWORD_FILE, context->optValue[OPT_ZEBO_NODE]);
         if (text) {
             snprintf(context->errorText, ZEBO_ERROR_TEXT_SIZE, "%s", text);
             free(text);

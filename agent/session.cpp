@@ -10,6 +10,7 @@
 #include "agent/errorlog.h"
 #include "agent/pswdfile.h"
 #include "api/drvkapi.h"
+#include "catalogs/zebo_names.h"
 #include "common/nls/nls.h"
 #include "common/ut/trace.h"
 
@@ -50,7 +51,7 @@ int16_t psDoRvkSetUp(AgentContext* context) {
         int fd = mkstemp(tempName);
         if (fd < 0) {
             int err = errno;
-            char* text = nlFormatText(2531);
+            char* text = nlFormatText(MSG_NO_TEMP_NAME);
             if (text) {
                 zeboErrorMsg(text);
                 free(text);

@@ -10,6 +10,7 @@
 
 #include "api/dbaseapi.h"
 #include "api/drvkapi.h"
+#include "catalogs/zebo_names.h"
 #include "common/nls/nls.h"
 #include "common/ut/trace.h"
 #include "sync/answer.h"
@@ -19,8 +20,6 @@
 #include "sync/visible.h"
 
 namespace {
-
-enum { MSG_SEPARATOR = 131, MSG_CONFIRM = 371, MSG_DELETE_WARNING = 2580 };
 
 const char* const fn = "utDeleteFiles()";
 
