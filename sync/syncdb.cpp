@@ -198,8 +198,13 @@ int16_t pickAndDelete(SyncList* syncList, AgentContext* context, BTree* index, U
         UtDeletePass pass;
         int16_t rc = utDeleteFiles(syncList, context, &pass);
         reportPass(report, pass);
-        // Interrupted during the pass: its summary and report are out.
-        if (int signo = utPendingSignal()) utExitOnSignal(signo);
+        // Interrupted during the pass: its summary and report are out. The
+        // run ends with _exit, which drops what stdio still holds: standard
+        // output redirected to a file keeps the summary in its buffer.
+        if (int signo = utPendingSignal()) {
+            fflush(stdout);
+            utExitOnSignal(signo);
+        }
         if (rc != 0) {
             endSession(context);
             utDeleteTree(index);
