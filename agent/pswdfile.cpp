@@ -34,6 +34,7 @@ bool pszeboWriteRecords(FILE* file, unsigned char* key, const char* password) {
         unsigned char piece[BLOCK + 1];
         memset(piece, 0, sizeof piece);
         size_t length = left < kBlock ? left : kBlock;
+        // cppcheck-suppress knownConditionTrueFalse ; kBlock is not zero, left can be
         if (length == 0) break;
         memcpy(piece, next, length);
         next += length;
@@ -44,6 +45,7 @@ bool pszeboWriteRecords(FILE* file, unsigned char* key, const char* password) {
         explicit_bzero(piece, sizeof piece);
         ok = fputc('0' + static_cast<int>(length), file) != EOF &&
              fwrite(cipher, 1, BLOCK, file) == BLOCK;
+        // cppcheck-suppress knownConditionTrueFalse ; a full block is BLOCK long
         if (length < BLOCK) break;
     }
     return ok;
@@ -88,6 +90,8 @@ void pszeboReadPswdFromFile(FILE* file, unsigned char* key, char* password) {
     static const char kName[] = "pszeboReadPswdFromFile()";
     TRACE(TR_ORCLEVEL1, " %s: Enter\n", kName);
     char header[ZEBO_PSWD_HEADER_SIZE + 1];
+    // The header is skipped; its text is not needed after it was read.
+    // cppcheck-suppress unreadVariable
     if (!fgets(header, sizeof header, file)) header[0] = '\0';
     size_t used = 0;
     for (;;) {

@@ -144,7 +144,7 @@ void pkDrawPage(PkModel* model, int rows, int cols, std::vector<std::string>* li
             continue;
         }
         std::string shown = pkFit(text.c_str(), model->offset, cols - entryMargin);
-        int mark = model->cursor.node->element.picked ? 'x' : ' ';
+        int mark = model->cursor.node->element.picked ? int{'x'} : int{' '};
         lines->push_back(
             takeText(nlFormatText(MSG_ENTRY_ROW, mark, static_cast<int>(number), shown.c_str())));
     }

@@ -51,7 +51,7 @@ int main(int argc, char** argv) {
             names = argv[++i];
         } else if (strcmp(argv[i], "--manifest") == 0 && i + 1 < argc) {
             manifest = argv[++i];
-        } else if (argv[i][0] == '-') {
+        } else if (argv[i][0] == '-') {  // NOLINT(bugprone-branch-clone): unknown option
             return usage();
         } else if (source.empty()) {
             source = argv[i];
