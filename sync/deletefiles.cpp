@@ -73,6 +73,28 @@ bool stopOnSignal(uint32_t handle, UtDeletePass* pass, size_t upTo) {
     return true;
 }
 
+// A full transaction is committed and the next one begun before the entry
+// at `place`. False when the pass ends there, with *rc its result.
+bool nextTransaction(uint32_t handle, UtDeletePass* pass, size_t place, int* rc) {
+    uint16_t reason = 0;
+    *rc = endTxn(handle, RVK_VOTE_COMMIT, &reason);
+    pass->endTransaction(*rc == 0 && reason == 0, place);
+    if (*rc != 0 || reason != 0) {
+        // Kept deliberately: a commit that reports success with a reason
+        // returns 0, so the caller goes on as if all is well.
+        utReportApiError(handle, *rc, false);
+        TRACE(TR_ORCLEVEL0, " %s: Exit RVKENDTXN() failed rc = %d\n\n", fn, *rc);
+        return false;
+    }
+    *rc = beginTxn(handle);
+    if (*rc != 0) {
+        utReportApiError(handle, *rc, false);
+        TRACE(TR_ORCLEVEL0, " %s: Exit - RVKBEGINTXN(). failed rc = %d\n\n", fn, *rc);
+        return false;
+    }
+    return true;
+}
+
 // The pass after the administrator said yes; every transaction it ends is
 // recorded in `pass`.
 int16_t deleteMarked(SyncList* syncList, AgentContext* context, UtDeletePass* pass) {
@@ -97,21 +119,7 @@ int16_t deleteMarked(SyncList* syncList, AgentContext* context, UtDeletePass* pa
         if (stopOnSignal(handle, pass, place)) return 0;
 
         if (inTxn == maxObjPerTxn) {
-            rc = endTxn(handle, RVK_VOTE_COMMIT, &reason);
-            pass->endTransaction(rc == 0 && reason == 0, place);
-            if (rc != 0 || reason != 0) {
-                // Kept deliberately: a commit that reports success with a
-                // reason returns 0, so the caller goes on as if all is well.
-                utReportApiError(handle, rc, false);
-                TRACE(TR_ORCLEVEL0, " %s: Exit RVKENDTXN() failed rc = %d\n\n", fn, rc);
-                return static_cast<int16_t>(rc);
-            }
-            rc = beginTxn(handle);
-            if (rc != 0) {
-                utReportApiError(handle, rc, false);
-                TRACE(TR_ORCLEVEL0, " %s: Exit - RVKBEGINTXN(). failed rc = %d\n\n", fn, rc);
-                return static_cast<int16_t>(rc);
-            }
+            if (!nextTransaction(handle, pass, place, &rc)) return static_cast<int16_t>(rc);
             inTxn = 0;
         }
 
