@@ -209,6 +209,19 @@ static bool trFullPath(const char* name, char* out) {
     return true;
 }
 
+// The first lines of an announced trace: where it goes, its bound and the
+// time it began.
+static void trAnnounce(const TraceObject& t) {
+    trPrintf(__FILE__, __LINE__, "Tracing to file: %s\n", t.givenName);
+    // Also for a file that does not wrap: the line then reads 0 MB.
+    trPrintf(__FILE__, __LINE__, "Tracefile maximum length set to %lu MB.\n", t.traceMax);
+    char date[16], time[16];
+    unsigned long ms;
+    nlDateTimeNow(date, sizeof date, time, sizeof time, &ms);
+    trPrintf(__FILE__, __LINE__, "%s\n%s %s - Trace begun.\n",
+             "----------------------------------------------------------------", date, time);
+}
+
 int trOpen(const char* name, int announce) {
     TraceObject& t = traceObj;
     char clean[TR_NAME_MAX];
@@ -266,16 +279,7 @@ int trOpen(const char* name, int announce) {
     if (rc != 0) return rc;
 
     if (tell) trPrintf(__FILE__, __LINE__, "%s\n", tell);
-    if (announce) {
-        trPrintf(__FILE__, __LINE__, "Tracing to file: %s\n", t.givenName);
-        // Also for a file that does not wrap: the line then reads 0 MB.
-        trPrintf(__FILE__, __LINE__, "Tracefile maximum length set to %lu MB.\n", t.traceMax);
-        char date[16], time[16];
-        unsigned long ms;
-        nlDateTimeNow(date, sizeof date, time, sizeof time, &ms);
-        trPrintf(__FILE__, __LINE__, "%s\n%s %s - Trace begun.\n",
-                 "----------------------------------------------------------------", date, time);
-    }
+    if (announce) trAnnounce(t);
     return 0;
 }
 
