@@ -8,6 +8,7 @@
 
 #include "agent/agentenv.h"
 #include "agent/errorlog.h"
+#include "catalogs/zebo_names.h"
 #include "common/nls/nls.h"
 #include "common/ut/trace.h"
 
@@ -130,7 +131,7 @@ int16_t zeboOpenOptFile(FILE** file, char* path, int* lineCount) {
     *file = fopen(path, "r");
     if (!*file) {
         TRACE(TR_ORCLEVEL0, " %s: Exit - cannot open '%s'\n\n", "zeboOpenOptFile()", path);
-        reportOptionError(2615, path, nullptr);
+        reportOptionError(MSG_OPTFILE_NOT_OPENED, path, nullptr);
         return ZEBO_RC_AGENT_FAILED;
     }
     return 0;
@@ -147,11 +148,11 @@ int16_t zeboParseOptFile(AgentContext* context, FILE* file, const char* path, in
         if (slot < 0) {
             TRACE(TR_ORCLEVEL0, " %s: unknown keyword '%s' in line %d\n", "zeboParseOptFile()",
                   keyword, lineCount ? *lineCount : 0);
-            reportOptionError(2603, keyword, path);
+            reportOptionError(MSG_UNKNOWN_KEYWORD, keyword, path);
             return ZEBO_RC_AGENT_FAILED;
         }
         if (!rest || *rest == '\0') {
-            reportOptionError(2616, keyword, path);
+            reportOptionError(MSG_KEYWORD_WITHOUT_VALUE, keyword, path);
             return ZEBO_RC_AGENT_FAILED;
         }
         if (slot == OPT_ZEBO_TEST_FLAGS) {
@@ -163,7 +164,7 @@ int16_t zeboParseOptFile(AgentContext* context, FILE* file, const char* path, in
         char value[ZEBO_OPT_VALUE_SIZE];
         cleanValue(rest, value, sizeof value);
         if (value[0] == '\0') {
-            reportOptionError(2616, keyword, path);
+            reportOptionError(MSG_KEYWORD_WITHOUT_VALUE, keyword, path);
             return ZEBO_RC_AGENT_FAILED;
         }
         copySlot(context->optValue[slot], value);

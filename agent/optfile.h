@@ -21,13 +21,14 @@
 #include <stdio.h>
 
 #include "agent/agentctx.h"
+#include "catalogs/zebo_names.h"
 
 // The 21 keywords in slot order (ZeboOptSlot).
 extern const char* const optLookup[OPT_COUNT];
 
 enum {
     ZEBO_OPT_LINE_MAX = 512,  // characters per piece read
-    ZEBO_RC_AGENT_FAILED = 2534
+    ZEBO_RC_AGENT_FAILED = MSG_AGENT_ERROR
 };
 
 // Clears the context, puts the defaults in, reads the option file and

@@ -12,6 +12,7 @@
 #include "agent/agentenv.h"
 #include "agent/errorlog.h"
 #include "api/drvkapi.h"
+#include "catalogs/zebo_names.h"
 #include "common/nls/nls.h"
 #include "common/ut/trace.h"
 
@@ -33,6 +34,7 @@ bool pszeboWriteRecords(FILE* file, unsigned char* key, const char* password) {
         unsigned char piece[BLOCK + 1];
         memset(piece, 0, sizeof piece);
         size_t length = left < kBlock ? left : kBlock;
+        // cppcheck-suppress knownConditionTrueFalse ; kBlock is not zero, left can be
         if (length == 0) break;
         memcpy(piece, next, length);
         next += length;
@@ -43,6 +45,7 @@ bool pszeboWriteRecords(FILE* file, unsigned char* key, const char* password) {
         explicit_bzero(piece, sizeof piece);
         ok = fputc('0' + static_cast<int>(length), file) != EOF &&
              fwrite(cipher, 1, BLOCK, file) == BLOCK;
+        // cppcheck-suppress knownConditionTrueFalse ; a full block is BLOCK long
         if (length < BLOCK) break;
     }
     return ok;
@@ -87,6 +90,8 @@ void pszeboReadPswdFromFile(FILE* file, unsigned char* key, char* password) {
     static const char kName[] = "pszeboReadPswdFromFile()";
     TRACE(TR_ORCLEVEL1, " %s: Enter\n", kName);
     char header[ZEBO_PSWD_HEADER_SIZE + 1];
+    // The header is skipped; its text is not needed after it was read.
+    // cppcheck-suppress unreadVariable
     if (!fgets(header, sizeof header, file)) header[0] = '\0';
     size_t used = 0;
     for (;;) {
@@ -170,7 +175,7 @@ int16_t psReadPswd(char* password, AgentContext* context) {
     if (!file && fd >= 0) close(fd);
     if (!file) {
         TRACE(TR_ORCLEVEL0, " %s: Exit - RVK_RC_NO_PASS_FILE\n rc: %d\n\n", kName, statRc);
-        char* text = nlFormatText(2519, context->optValue[OPT_ZEBO_NODE]);
+        char* text = nlFormatText(MSG_NO_PASSWORD_FILE, context->optValue[OPT_ZEBO_NODE]);
         if (text) {
             snprintf(context->errorText, ZEBO_ERROR_TEXT_SIZE, "%s", text);
             free(text);

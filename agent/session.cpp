@@ -10,6 +10,7 @@
 #include "agent/errorlog.h"
 #include "agent/pswdfile.h"
 #include "api/drvkapi.h"
+#include "catalogs/zebo_names.h"
 #include "common/nls/nls.h"
 #include "common/ut/trace.h"
 
@@ -34,6 +35,33 @@ void reportApiFailure(const char* name, uint32_t handle, int rc, char* errorText
     TRACE(TR_ORCLEVEL0, " %s: '%s'\n", name, errorText);
 }
 
+// Creates the private file that stands in for the program's name (from the
+// pattern in `tempName`, which receives the name). 0, or the errno of the
+// step that failed, after its message and trace line (`fn`: the caller).
+int makeStandInProgram(char* tempName, const char* fn) {
+    int fd = mkstemp(tempName);
+    if (fd < 0) {
+        int err = errno;
+        char* text = nlFormatText(MSG_NO_TEMP_NAME);
+        if (text) {
+            zeboErrorMsg(text);
+            free(text);
+        }
+        TRACE(TR_ORCLEVEL0, " %s: Exiting - mkstemp() for '%s' failed,\n with errno = %d\n\n", fn,
+              tempName, err);
+        return err;
+    }
+    close(fd);
+    if (chmod(tempName, 04700) != 0) {
+        int err = errno;
+        TRACE(TR_ORCLEVEL0, " %s: Exiting - chmod() failed for file '%s', errno = %d\n\n", fn,
+              tempName, err);
+        unlink(tempName);
+        return err;
+    }
+    return 0;
+}
+
 }  // namespace
 
 int16_t psDoRvkSetUp(AgentContext* context) {
@@ -47,26 +75,7 @@ int16_t psDoRvkSetUp(AgentContext* context) {
     char* programNames[2] = {nullptr, nullptr};
     bool madeTemp = false;
     if (context->nodeFromApi == 1) {
-        int fd = mkstemp(tempName);
-        if (fd < 0) {
-            int err = errno;
-            char* text = nlFormatText(2531);
-            if (text) {
-                zeboErrorMsg(text);
-                free(text);
-            }
-            TRACE(TR_ORCLEVEL0, " %s: Exiting - mkstemp() for '%s' failed,\n with errno = %d\n\n",
-                  kName, tempName, err);
-            return static_cast<int16_t>(err);
-        }
-        close(fd);
-        if (chmod(tempName, 04700) != 0) {
-            int err = errno;
-            TRACE(TR_ORCLEVEL0, " %s: Exiting - chmod() failed for file '%s', errno = %d\n\n",
-                  kName, tempName, err);
-            unlink(tempName);
-            return static_cast<int16_t>(err);
-        }
+        if (int err = makeStandInProgram(tempName, kName)) return static_cast<int16_t>(err);
         programNames[0] = tempName;
         madeTemp = true;
     }

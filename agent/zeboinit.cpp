@@ -5,6 +5,7 @@
 
 #include "agent/errorlog.h"
 #include "agent/zebotrace.h"
+#include "catalogs/zebo_names.h"
 #include "common/nls/nls.h"
 #include "common/ut/trace.h"
 
@@ -67,7 +68,8 @@ void zeboSetTrace(AgentContext* context) {
     if (*traceMax) trcClass->setMax(strtoul(traceMax, nullptr, 10));
     int rc = trcClass->open(traceFile);
     if (rc != 0) {
-        char* text = (rc == 406) ? nlFormatText(201, traceFile) : nlFormatText(3);
+        char* text = (rc == 406) ? nlFormatText(MSG_TRACE_FILE_NOT_OPENED, traceFile)
+                                 : nlFormatText(MSG_TRACE_NOT_OPENED);
         if (text) {
             zeboErrorMsg(text);
             free(text);

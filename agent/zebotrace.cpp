@@ -18,8 +18,6 @@ ZeboTrace::ZeboTrace() {
     trcInit(kClientType, 0, 0);
 }
 
-ZeboTrace::~ZeboTrace() = default;
-
 int ZeboTrace::setTestFlags(const char* words) {
     return testFlagsSetTable(words, AgentTestClassTable);
 }

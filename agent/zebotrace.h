@@ -17,7 +17,7 @@ class ZeboTrace {
     // Creates the process's trace facility (client type 10, the command-line
     // utility tag). Tracing stays off until a file is opened.
     ZeboTrace();
-    ~ZeboTrace();
+    ~ZeboTrace() = default;
     ZeboTrace(const ZeboTrace&) = delete;
     ZeboTrace& operator=(const ZeboTrace&) = delete;
 

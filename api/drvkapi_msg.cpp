@@ -79,7 +79,8 @@ void DRvkApi::LogApiError(ApiStatusObj* statusP, uint32_t handle, int rc,
         const char* finalP = text;
         if (length > static_cast<int>(strlen(text + prefix))) {
             TRACE(TR_API, "message was truncated, trying again\n");
-            heapP = static_cast<char*>(malloc(static_cast<size_t>(prefix + length + 2)));
+            heapP = static_cast<char*>(
+                malloc(static_cast<size_t>(prefix) + static_cast<size_t>(length) + 2));
             if (heapP) {
                 memcpy(heapP, text, static_cast<size_t>(prefix));
                 GetApiError(statusP, handle, rc, heapP + prefix, length + 2, &length);

@@ -32,7 +32,8 @@ int64_t dayNumber(const DemoTime& t) {
     return daysFromCivil(t.year, static_cast<unsigned>(t.month), static_cast<unsigned>(t.day));
 }
 
-DemoTime fromDayNumber(int64_t z) {
+DemoTime fromDayNumber(int64_t days) {
+    int64_t z = days;
     z += 719468;
     const int64_t era = (z >= 0 ? z : z - 146096) / 146097;
     const unsigned doe = static_cast<unsigned>(z - era * 146097);

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Configures, builds and runs every test of the project twice: a normal build
 # (build/) and an AddressSanitizer + UndefinedBehaviorSanitizer build
-# (build-asan/); as root, checks the Debian packages of the normal build in
+# (build-asan/), with the lint gate (scripts/lint.sh) after the normal
+# build; as root, checks the Debian packages of the normal build in
 # between (scripts/check-packages.sh). Installs missing Debian packages when
 # run as root, otherwise names them and stops.
 set -euo pipefail
@@ -23,6 +24,9 @@ build_and_test() {
 
 echo "== normal build =="
 build_and_test build -DCMAKE_BUILD_TYPE=RelWithDebInfo
+# clang-tidy and cppcheck with the normal build's compile commands.
+echo "== lint =="
+"$root/scripts/lint.sh" "$root/build"
 # The package check installs and removes the Debian packages made from the
 # normal build, so it needs root; it runs once, on that build.
 if [ "$(id -u)" -eq 0 ]; then

@@ -5,6 +5,7 @@
 
 #include "agent/errorlog.h"
 #include "api/drvkapi.h"
+#include "catalogs/zebo_names.h"
 #include "common/nls/nls.h"
 
 void utApiText(uint32_t handle, int rc, char* text) {
@@ -18,15 +19,11 @@ void utReportApiError(uint32_t handle, int rc, bool show) {
     utApiText(handle, rc, text);
     zeboErrorMsg(text);
     if (show) {
-        nlMsg(131);
-        nlMsg(2, text);
-        nlMsg(131);
+        nlMsgFramed(MSG_LINE, text);
     }
 }
 
 void utReportText(const char* text) {
     zeboErrorMsg(text);
-    nlMsg(131);
-    nlMsg(2, text);
-    nlMsg(131);
+    nlMsgFramed(MSG_LINE, text);
 }

@@ -46,9 +46,7 @@ std::string buildScript(const CatalogConnection* c, const std::string& spoolPath
 
 int16_t cannotCreate(const char* fn, const char* path) {
     int saved = errno;
-    nlMsg(131);
-    nlMsg(CATQ_SCRIPT_FAILED, path);
-    nlMsg(131);
+    nlMsgFramed(CATQ_SCRIPT_FAILED, path);
     TRACE(TR_ORCLEVEL0, " %s: Exit - could not create '%s', errno = %d\n\n", fn, path, saved);
     return CATQ_SCRIPT_FAILED;
 }
@@ -57,9 +55,7 @@ int16_t cannotCreate(const char* fn, const char* path) {
 int16_t unusableDirectory(const char* fn, const char* spoolPath) {
     std::string dir(spoolPath);
     dir.erase(dir.rfind('/') == std::string::npos ? 0 : dir.rfind('/'));
-    nlMsg(131);
-    nlMsg(CATQ_BAD_TEMP_DIR, utVisibleText(dir.c_str()).c_str());
-    nlMsg(131);
+    nlMsgFramed(CATQ_BAD_TEMP_DIR, utVisibleText(dir.c_str()).c_str());
     TRACE(TR_ORCLEVEL0, " %s: Exit - unusable temporary directory\n\n", fn);
     return CATQ_SCRIPT_FAILED;
 }
@@ -132,9 +128,7 @@ int16_t zeboQueryCatalog(const CatalogConnection* connection, const char* script
     removeUnlessKept(scriptPath);
     if (static_cast<uint16_t>(status) != 0) {
         removeUnlessKept(spoolPath);
-        nlMsg(131);
-        nlMsg(CATQ_SQLPLUS_FAILED);
-        nlMsg(131);
+        nlMsgFramed(CATQ_SQLPLUS_FAILED);
         TRACE(TR_ORCLEVEL0, " %s: Exit - SQLPLUS command '%s' failed\n\n", fn, command.c_str());
         return CATQ_SQLPLUS_FAILED;
     }

@@ -18,14 +18,15 @@
 
 #include <stdint.h>
 
+#include "catalogs/zebo_names.h"
 #include "common/unx/nlsdate.h"
 #include "sync/orphan.h"
 
 enum {
-    CATQ_SCRIPT_FAILED = 2575,   // the script (or the empty spool) cannot be created
-    CATQ_SQLPLUS_FAILED = 2533,  // SQL*Plus ended with a non-zero status
-    CATQ_BAD_TEMP_DIR = 2660,    // the temporary directory's name cannot be used
-    UT_DATE_TEXT_SIZE = 31       // a date as text, as the date prompts read it
+    CATQ_SCRIPT_FAILED = MSG_FILE_NOT_CREATED,  // the script (or the empty spool) cannot be created
+    CATQ_SQLPLUS_FAILED = MSG_SQLPLUS_FAILED,   // SQL*Plus ended with a non-zero status
+    CATQ_BAD_TEMP_DIR = MSG_BAD_TEMP_DIR,       // the temporary directory's name cannot be used
+    UT_DATE_TEXT_SIZE = 31                      // a date as text, as the date prompts read it
 };
 
 // Writes the script for `connection` and the date range (from-date at

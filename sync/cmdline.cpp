@@ -8,6 +8,7 @@
 #include <string>
 
 #include "agent/agentenv.h"
+#include "catalogs/zebo_names.h"
 #include "common/nls/nls.h"
 
 ZeboKeywordRow zeboCommandTable[CMD_COUNT] = {{"SHOWENVironment", CMD_SHOWENVIRONMENT, 7},
@@ -82,9 +83,7 @@ void storePath(char* field, const char* value) {
 // Parses one -NAME=value argument. 0 or 4 (messages shown).
 int16_t parseOption(const char* argument, ZeboCmdOptions* options) {
     if (!argument || !*argument) {
-        nlMsg(131);
-        nlMsg(4);
-        nlMsg(131);
+        nlMsgFramed(MSG_ARGUMENT_MISSING);
         return ZEBO_RC_BAD_OPTION;
     }
     // The value is looked at before the name, so that an option written
@@ -92,17 +91,15 @@ int16_t parseOption(const char* argument, ZeboCmdOptions* options) {
     const char* equals = strchr(argument, '=');
     const char* value = equals ? equals + 1 : nullptr;
     if (!value || !*value) {
-        nlMsg(131);
-        nlMsg(105);
-        nlMsg(131);
+        nlMsgFramed(MSG_OPTION_WITHOUT_VALUE);
         return ZEBO_RC_BAD_OPTION;
     }
     int row =
         matchRow(upperCased(std::string(argument, equals).c_str()), zeboOptionsTable, OPTION_COUNT);
     if (row < 0) {
-        nlMsg(131);
-        nlMsg(104);
-        nlMsg(2, argument);
+        nlMsg(MSG_SEPARATOR);
+        nlMsg(MSG_UNKNOWN_OPTION);
+        nlMsg(MSG_LINE, argument);
         return ZEBO_RC_BAD_OPTION;
     }
     uint32_t type = zeboOptionsTable[row].type;
@@ -115,9 +112,7 @@ int16_t parseOption(const char* argument, ZeboCmdOptions* options) {
             break;
         default:
             if (!allDigits(value)) {
-                nlMsg(131);
-                nlMsg(2622);
-                nlMsg(131);
+                nlMsgFramed(MSG_BAD_NUMCATALOGS);
                 return ZEBO_RC_BAD_OPTION;
             }
             options->numCatalogs = static_cast<uint32_t>(strtoul(value, nullptr, 10));
@@ -125,9 +120,7 @@ int16_t parseOption(const char* argument, ZeboCmdOptions* options) {
     }
     // Always the first command's row: see the header.
     if (validOptions[zeboCommandTable[0].type][type] != 1) {
-        nlMsg(131);
-        nlMsg(103);
-        nlMsg(131);
+        nlMsgFramed(MSG_OPTION_NOT_ALLOWED);
         return ZEBO_RC_BAD_OPTION;
     }
     return 0;
@@ -158,16 +151,16 @@ int16_t zeboParseCmdLine(int argc, char** argv, uint32_t* cmdFlags, ZeboCmdOptio
     buildValidOptions();
 
     if (argc < 2) {
-        nlMsg(131);
-        nlMsg(100);
+        nlMsg(MSG_SEPARATOR);
+        nlMsg(MSG_NO_COMMAND);
         cmdFlags[CMD_HELP] = 1;
         return ZEBO_RC_NO_COMMAND;
     }
     int row = matchRow(upperCased(argv[1]), zeboCommandTable, CMD_COUNT);
     if (row < 0) {
-        nlMsg(131);
-        nlMsg(102);
-        nlMsg(2, argv[1]);
+        nlMsg(MSG_SEPARATOR);
+        nlMsg(MSG_UNKNOWN_COMMAND);
+        nlMsg(MSG_LINE, argv[1]);
         cmdFlags[CMD_HELP] = 1;
         return ZEBO_RC_NO_COMMAND;
     }
@@ -186,15 +179,13 @@ int16_t zeboParseCmdLine(int argc, char** argv, uint32_t* cmdFlags, ZeboCmdOptio
 }
 
 void zeboShowBanner() {
-    nlMsg(475, 5, 5, 2, 2, 1, "1997", "2011");
+    nlMsg(MSG_BANNER, 5, 5, 2, 2, 1, "1997", "2011");
 }
 
 void zeboShowUsage() {
-    nlMsg(131);
+    nlMsg(MSG_SEPARATOR);
     zeboShowBanner();
-    nlMsg(2586);
-    nlMsg(131);
-    nlMsg(2587);
-    nlMsg(131);
-    nlMsg(131);
+    nlMsg(MSG_USAGE_COMMANDS);
+    nlMsgFramed(MSG_USAGE_OPTIONS);
+    nlMsg(MSG_SEPARATOR);
 }

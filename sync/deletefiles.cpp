@@ -10,6 +10,7 @@
 
 #include "api/dbaseapi.h"
 #include "api/drvkapi.h"
+#include "catalogs/zebo_names.h"
 #include "common/nls/nls.h"
 #include "common/ut/trace.h"
 #include "sync/answer.h"
@@ -19,8 +20,6 @@
 #include "sync/visible.h"
 
 namespace {
-
-enum { MSG_SEPARATOR = 131, MSG_CONFIRM = 371, MSG_DELETE_WARNING = 2580 };
 
 const char* const fn = "utDeleteFiles()";
 
@@ -74,6 +73,28 @@ bool stopOnSignal(uint32_t handle, UtDeletePass* pass, size_t upTo) {
     return true;
 }
 
+// A full transaction is committed and the next one begun before the entry
+// at `place`. False when the pass ends there, with *rc its result.
+bool nextTransaction(uint32_t handle, UtDeletePass* pass, size_t place, int* rc) {
+    uint16_t reason = 0;
+    *rc = endTxn(handle, RVK_VOTE_COMMIT, &reason);
+    pass->endTransaction(*rc == 0 && reason == 0, place);
+    if (*rc != 0 || reason != 0) {
+        // Kept deliberately: a commit that reports success with a reason
+        // returns 0, so the caller goes on as if all is well.
+        utReportApiError(handle, *rc, false);
+        TRACE(TR_ORCLEVEL0, " %s: Exit RVKENDTXN() failed rc = %d\n\n", fn, *rc);
+        return false;
+    }
+    *rc = beginTxn(handle);
+    if (*rc != 0) {
+        utReportApiError(handle, *rc, false);
+        TRACE(TR_ORCLEVEL0, " %s: Exit - RVKBEGINTXN(). failed rc = %d\n\n", fn, *rc);
+        return false;
+    }
+    return true;
+}
+
 // The pass after the administrator said yes; every transaction it ends is
 // recorded in `pass`.
 int16_t deleteMarked(SyncList* syncList, AgentContext* context, UtDeletePass* pass) {
@@ -98,21 +119,7 @@ int16_t deleteMarked(SyncList* syncList, AgentContext* context, UtDeletePass* pa
         if (stopOnSignal(handle, pass, place)) return 0;
 
         if (inTxn == maxObjPerTxn) {
-            rc = endTxn(handle, RVK_VOTE_COMMIT, &reason);
-            pass->endTransaction(rc == 0 && reason == 0, place);
-            if (rc != 0 || reason != 0) {
-                // Kept deliberately: a commit that reports success with a
-                // reason returns 0, so the caller goes on as if all is well.
-                utReportApiError(handle, rc, false);
-                TRACE(TR_ORCLEVEL0, " %s: Exit RVKENDTXN() failed rc = %d\n\n", fn, rc);
-                return static_cast<int16_t>(rc);
-            }
-            rc = beginTxn(handle);
-            if (rc != 0) {
-                utReportApiError(handle, rc, false);
-                TRACE(TR_ORCLEVEL0, " %s: Exit - RVKBEGINTXN(). failed rc = %d\n\n", fn, rc);
-                return static_cast<int16_t>(rc);
-            }
+            if (!nextTransaction(handle, pass, place, &rc)) return static_cast<int16_t>(rc);
             inTxn = 0;
         }
 

@@ -1,6 +1,7 @@
 // The record of a deletion pass; see deletepass.h.
 #include "sync/deletepass.h"
 
+#include "catalogs/zebo_names.h"
 #include "common/nls/nls.h"
 #include "common/unx/nlsfmt.h"
 #include "common/ut/trace.h"
@@ -79,7 +80,7 @@ void utShowMarkedTotal(const UtDeletePass& pass) {
 }
 
 void utShowDeleteSummary(const UtDeletePass& pass) {
-    nlMsg(131);
+    nlMsg(MSG_SEPARATOR);
     nlMsg(MSG_DELETED_TOTAL, number(pass.count(DEL_COMMITTED)).c_str());
     size_t rolledBack = pass.count(DEL_ROLLED_BACK);
     size_t notDeleted = pass.count(DEL_FAILED) + pass.count(DEL_NOT_ATTEMPTED);
@@ -87,5 +88,5 @@ void utShowDeleteSummary(const UtDeletePass& pass) {
         nlMsg(MSG_ROLLED_BACK, number(rolledBack).c_str());
         nlMsg(MSG_NOT_DELETED, number(notDeleted).c_str());
     }
-    nlMsg(131);
+    nlMsg(MSG_SEPARATOR);
 }

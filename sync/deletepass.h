@@ -14,6 +14,7 @@
 
 #include <vector>
 
+#include "catalogs/zebo_names.h"
 #include "sync/objectfacts.h"
 #include "sync/orphan.h"
 
@@ -23,13 +24,6 @@ enum UtDeleteOutcome {
     DEL_COMMITTED,      // deleted and committed: gone from the server
     DEL_ROLLED_BACK,    // deleted, then its transaction was rolled back: still there
     DEL_FAILED          // its deletion call failed: still on the server
-};
-
-enum {
-    MSG_MARKED_TOTAL = 2634,   // objects marked and their size, before the question
-    MSG_DELETED_TOTAL = 2635,  // deletions committed
-    MSG_ROLLED_BACK = 2636,    // deletions rolled back, still on the server
-    MSG_NOT_DELETED = 2637     // marked objects not deleted (failed or not attempted)
 };
 
 struct UtDeleteEntry {

@@ -8,6 +8,7 @@
 #include <initializer_list>
 
 #include "api/drvkapi.h"
+#include "catalogs/zebo_names.h"
 #include "common/nls/nls.h"
 #include "common/ut/trace.h"
 #include "sync/apireport.h"
@@ -28,8 +29,8 @@ FILE* openListing() {
     }
     FILE* listing = utCreatePrivateFile(name);
     if (listing == nullptr) {
-        nlMsg(2575, name);
-        nlMsg(131);
+        nlMsg(MSG_FILE_NOT_CREATED, name);
+        nlMsg(MSG_SEPARATOR);
         TRACE(TR_ORCLEVEL0, " %s: could not open file '%s' for writing\n", fn, name);
     } else {
         TRACE(TR_ORCLEVEL2, " %s: listing server objects in '%s'\n", fn, name);
@@ -44,11 +45,9 @@ void closeListing(FILE** listing) {
 }
 
 void showNothingFound() {
-    nlMsg(131);
-    nlMsg(131);
-    nlMsg(2599);
-    nlMsg(131);
-    nlMsg(131);
+    nlMsg(MSG_SEPARATOR);
+    nlMsgFramed(MSG_NO_ORPHANS);
+    nlMsg(MSG_SEPARATOR);
 }
 
 // The day alone decides: an object inserted late on the from-date is kept.
@@ -191,7 +190,7 @@ int16_t utGetPickList(const nlDateTime* fromDate, const nlDateTime* toDate, Agen
         int added = syncList->addTail(rec);
         if (added != 0) {
             progress.end();
-            char* text = nlFormatText(2522);
+            char* text = nlFormatText(MSG_NO_MEMORY);
             utReportText(text != nullptr ? text : "");
             free(text);
             closeListing(&listing);

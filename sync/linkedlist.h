@@ -110,6 +110,7 @@ int CLinkedList<T>::addTail(const T& element) {
         return LL_NO_MEMORY;
     }
     ++m_count;
+    // cppcheck-suppress [unreadVariable, unusedAllocatedMemory] ; placement new, linked below
     Node* node = new (block) Node{element, nullptr, m_pTail};
     if (m_pTail)
         m_pTail->pNext = node;

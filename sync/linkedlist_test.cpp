@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "testing/seam.h"
+
 namespace {
 
 struct Record {
@@ -86,10 +88,10 @@ TEST(LinkedListTest, FreeAllAndAFailedAddLeaveTheListWhole) {
     EXPECT_TRUE(gReleased.empty());
     ASSERT_EQ(list.addTail(record(4)), 0);
     // No node for the second record: the list stays as it was.
-    void* (*saved)(size_t) = llNodeAllocate;
-    llNodeAllocate = refuse;
-    EXPECT_EQ(list.addTail(record(5)), LL_NO_MEMORY);
-    llNodeAllocate = saved;
+    {
+        zebotest::ScopedSeam<void* (*)(size_t)> noMemory(llNodeAllocate, refuse);
+        EXPECT_EQ(list.addTail(record(5)), LL_NO_MEMORY);
+    }
     expectSame(list, {4});
     list.freeAll();
     list.freeAll();

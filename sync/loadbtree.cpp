@@ -46,9 +46,7 @@ int16_t utLoadBTree(const char* spoolPath, BTree* index, unsigned long* handlesR
     if (spool == nullptr) {
         // The message is an error, so showing it also appends it to the
         // error log.
-        nlMsg(131);
-        nlMsg(LOAD_SPOOL_UNREADABLE, spoolPath);
-        nlMsg(131);
+        nlMsgFramed(LOAD_SPOOL_UNREADABLE, spoolPath);
         TRACE(TR_ORCLEVEL0, " %s: Exit - could not open '%s'\n\n", fn, spoolPath);
         return LOAD_SPOOL_UNREADABLE;
     }

@@ -12,11 +12,12 @@
 
 #include <stdint.h>
 
+#include "catalogs/zebo_names.h"
 #include "sync/btree.h"
 
 enum {
-    LOAD_SPOOL_UNREADABLE = 2576,  // the spool file cannot be opened
-    LOAD_PIECE_SIZE = 512          // characters read from a line at a time
+    LOAD_SPOOL_UNREADABLE = MSG_SPOOL_UNREADABLE,  // the spool file cannot be opened
+    LOAD_PIECE_SIZE = 512                          // characters read from a line at a time
 };
 
 // Returns 0, 2576 (after its messages) or the index's code for a failed

@@ -23,6 +23,7 @@
 #include "api/drvkapi.h"
 #include "api/drvkapidl.h"
 #include "api/psconsole.h"
+#include "catalogs/zebo_names.h"
 #include "common/nls/nls.h"
 #include "common/thrd/psmutex.h"
 #include "common/ut/trace.h"
@@ -80,7 +81,7 @@ int main(int argc, char** argv) {
     if (!nls) {
         psNonNlsErrorMsg("newNlsGlobalObject() failed.  No memory left.\n");
         psMutexDestroy(&initMutex);
-        return 2534;
+        return MSG_AGENT_ERROR;
     }
     nlSetPrefix(nls, "QEV");
 
@@ -98,7 +99,7 @@ int main(int argc, char** argv) {
     if (cmdOptions.optFile[0] != '\0') {
         snprintf(optFileVariable, sizeof optFileVariable, "ZEBO_OPTFILE=%s", cmdOptions.optFile);
         if (putenv(optFileVariable) != 0) {
-            nlMsg(2522);
+            nlMsg(MSG_NO_MEMORY);
             closeSess(&agentContext);
             return -1;
         }
@@ -115,9 +116,7 @@ int main(int argc, char** argv) {
     if (rc != 0) {
         char logPath[ZEBO_LOG_PATH_SIZE];
         errorLogShown(logPath, sizeof logPath);
-        nlMsg(131);
-        nlMsg(2534, logPath);
-        nlMsg(131);
+        nlMsgFramed(MSG_AGENT_ERROR, logPath);
         return leave(&agentContext, rc);
     }
 
@@ -131,19 +130,19 @@ int main(int argc, char** argv) {
 
     gRvkApiObjP = new (std::nothrow) DRvkApiDL();
     if (!gRvkApiObjP) {
-        nlMsg(2522);
-        return leave(&agentContext, 2522);
+        nlMsg(MSG_NO_MEMORY);
+        return leave(&agentContext, MSG_NO_MEMORY);
     }
     rc = static_cast<int16_t>(gRvkApiObjP->Setup());
     if (rc != 0) {
-        nlMsg(156);
+        nlMsg(MSG_LIBRARY_NOT_LOADED);
         return leave(&agentContext, rc);
     }
 
     rc = psDoRvkSetUp(&agentContext);
     if (rc != 0) {
-        nlMsg(131);
-        nlMsg(2, agentContext.errorText);
+        nlMsg(MSG_SEPARATOR);
+        nlMsg(MSG_LINE, agentContext.errorText);
         return leave(&agentContext, rc);
     }
     zeboTraceBanner(&agentContext);
@@ -160,9 +159,7 @@ int main(int argc, char** argv) {
         // The other commands pass the whole start-up and then only show the
         // usage: this program carries none of them out.
         if (!cmdFlags[CMD_HELP]) {
-            nlMsg(131);
-            nlMsg(102);
-            nlMsg(131);
+            nlMsgFramed(MSG_UNKNOWN_COMMAND);
         }
         zeboShowUsage();
     }

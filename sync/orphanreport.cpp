@@ -181,7 +181,5 @@ bool UtReport::write(std::string* reason) const {
 }
 
 void utShowReportFailure(const std::string& path, const std::string& reason) {
-    nlMsg(131);
-    nlMsg(REPORT_CANNOT_WRITE, path.c_str(), reason.c_str());
-    nlMsg(131);
+    nlMsgFramed(REPORT_CANNOT_WRITE, path.c_str(), reason.c_str());
 }

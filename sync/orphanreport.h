@@ -27,11 +27,14 @@
 #include <string>
 #include <vector>
 
+#include "catalogs/zebo_names.h"
 #include "sync/deletepass.h"
 #include "sync/objectfacts.h"
 #include "sync/orphan.h"
 
-enum { REPORT_CANNOT_WRITE = 2638 };  // message and code: the report cannot be written
+enum {
+    REPORT_CANNOT_WRITE = MSG_REPORT_NOT_WRITTEN
+};  // message and code: the report cannot be written
 
 // Every object name written to the report passes through here. Names are
 // shown as in the pick list and the trace (control characters and the

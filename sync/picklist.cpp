@@ -5,18 +5,13 @@
 #include <string.h>
 
 #include "api/psconsole.h"
+#include "catalogs/zebo_names.h"
 #include "common/nls/nls.h"
 #include "common/ut/trace.h"
 #include "sync/answer.h"
 #include "sync/pkmarks.h"
 #include "sync/pkmodel.h"
 #include "sync/pkscreen.h"
-
-namespace {
-
-enum { MSG_LINE = 2, MSG_SMALL_SCREEN = 2530, MSG_PROMPT = 2598 };
-
-}  // namespace
 
 PkTerminal pkTerminal = {psGetConsoleSize, psClearScreen, pkShowPage};
 

@@ -4,6 +4,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "catalogs/zebo_names.h"
 #include "common/nls/nls.h"
 #include "common/unx/nlsdate.h"
 #include "common/unx/nlsfmt.h"
@@ -12,19 +13,6 @@
 #include "sync/visible.h"
 
 namespace {
-
-enum {
-    MSG_SEPARATOR = 131,
-    MSG_OWNER = 2552,
-    MSG_NODE = 2553,
-    MSG_ENTRY_TEXT = 2590,
-    MSG_TITLE = 2591,
-    MSG_COLUMN_TITLES = 2592,
-    MSG_ENTRY_ROW = 2594,
-    MSG_HELP_1 = 2595,
-    MSG_HELP_2 = 2596,
-    MSG_HELP_3 = 2597
-};
 
 // The left margin of the dashed rule and the ruler, under the "| " of the
 // entry rows; the column titles and entry texts start two further on.
@@ -156,7 +144,7 @@ void pkDrawPage(PkModel* model, int rows, int cols, std::vector<std::string>* li
             continue;
         }
         std::string shown = pkFit(text.c_str(), model->offset, cols - entryMargin);
-        int mark = model->cursor.node->element.picked ? 'x' : ' ';
+        int mark = model->cursor.node->element.picked ? int{'x'} : int{' '};
         lines->push_back(
             takeText(nlFormatText(MSG_ENTRY_ROW, mark, static_cast<int>(number), shown.c_str())));
     }

@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "catalogs/zebo_names.h"
 #include "common/nls/nls.h"
 #include "common/unx/nlsfmt.h"
 #include "common/ut/trace.h"
@@ -40,9 +41,7 @@ void utWarnImplausible(unsigned long handles, unsigned long examined, unsigned l
     TRACE(TR_ORCLEVEL0,
           " utWarnImplausible(): %lu handles, %lu objects examined, %lu listed: warning %u\n",
           handles, examined, listed, warning);
-    nlMsg(131);
-    nlMsg(warning, number(listed).c_str(), number(examined).c_str());
-    nlMsg(131);
+    nlMsgFramed(warning, number(listed).c_str(), number(examined).c_str());
     if (utWarningWaits()) {
         nlMsg(MSG_PRESS_ENTER);
         char ignored[2];

@@ -11,11 +11,10 @@
 #ifndef ZEBO_SYNC_PLAUSIBILITY_H
 #define ZEBO_SYNC_PLAUSIBILITY_H
 
-enum {
-    MSG_NO_HANDLES = 2631,     // no handle at all: everything is listed
-    MSG_MOSTLY_LISTED = 2632,  // more than half of the objects are listed
-    MSG_PRESS_ENTER = 2633
-};
+// The warnings: MSG_NO_HANDLES (no handle at all: everything is listed) and
+// MSG_MOSTLY_LISTED (more than half of the objects are listed), followed on
+// a terminal by MSG_PRESS_ENTER.
+#include "catalogs/zebo_names.h"
 
 // The warning that applies to the counts, or 0 for none.
 // handles: handle lines the catalogs listed; examined: objects looked up;

@@ -58,7 +58,6 @@ void ProcessAnswer(SyncList* list, const char* answer, int32_t count, PkCursor* 
     TRACE(TR_ORCLEVEL1, " %s: Enter\n", fn);
     TRACE(TR_ORCLEVEL2, " %s: Answer = '%s'\n", fn, answer);
     int64_t start = -1;
-    int64_t end = -1;
     size_t position = 0;  // where the character after the token is read
     const char* p = answer;
     for (;;) {
@@ -74,12 +73,11 @@ void ProcessAnswer(SyncList* list, const char* answer, int32_t count, PkCursor* 
         if (follower == ':') {
             start = value;
         } else if (follower == '+' || follower == '-') {
-            end = value;
+            int64_t end = value;
             if (start == -1) start = end;
             markRange(list, start, end, count, follower == '+' ? PK_MARK_SET : PK_MARK_CLEAR,
                       cursor);
             start = 0;
-            end = 0;
         } else if (value > 0) {
             pkHighlightEntry(list, static_cast<int32_t>(value), count, PK_MARK_FLIP, cursor);
         }

@@ -16,9 +16,11 @@
 
 #include <string>
 
+#include "catalogs/zebo_names.h"
+
 enum {
-    PROGRESS_LOADING = 2639,   // message: handles loaded from the spool so far
-    PROGRESS_EXAMINING = 2640  // message: server objects examined so far
+    PROGRESS_LOADING = MSG_PROGRESS_LOADING,     // message: handles loaded from the spool so far
+    PROGRESS_EXAMINING = MSG_PROGRESS_EXAMINING  // message: server objects examined so far
 };
 
 // Whether standard output is a terminal. Default: isatty(STDOUT_FILENO).

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "sync/syncdb_testutil.h"
+#include "testing/seam.h"
 
 namespace {
 
@@ -19,15 +20,11 @@ class ProgressTest : public ::testing::Test {
   protected:
     void SetUp() override {
         synctest::initMessages();
-        utProgressIsTerminal = [] { return fakeTerminal; };
-        utProgressClock = [](struct timespec* now) { *now = fakeNow; };
         out = open_memstream(&buffer, &size);
     }
     void TearDown() override {
         fclose(out);
         free(buffer);
-        utProgressIsTerminal = savedTerminal;
-        utProgressClock = savedClock;
     }
     std::string written() {
         fflush(out);
@@ -39,8 +36,10 @@ class ProgressTest : public ::testing::Test {
         fakeNow.tv_nsec %= 1000000000L;
     }
 
-    UtIsTerminalFn savedTerminal = utProgressIsTerminal;
-    UtProgressClockFn savedClock = utProgressClock;
+    zebotest::ScopedSeam<UtIsTerminalFn> terminal{utProgressIsTerminal,
+                                                  [] { return fakeTerminal; }};
+    zebotest::ScopedSeam<UtProgressClockFn> clock{utProgressClock,
+                                                  [](struct timespec* now) { *now = fakeNow; }};
     char* buffer = nullptr;
     size_t size = 0;
     FILE* out = nullptr;

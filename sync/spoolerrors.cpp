@@ -7,6 +7,7 @@
 #include <string.h>
 #include <unistd.h>
 
+#include "catalogs/zebo_names.h"
 #include "common/nls/nls.h"
 #include "common/ut/trace.h"
 
@@ -57,10 +58,10 @@ int16_t utCheckSpool(const CatalogConnection* connection, const char* spoolPath)
     std::vector<std::string> found;
     size_t errors = utFindSpoolErrors(spoolPath, SPOOL_ERRORS_SHOWN, &found);
     if (errors == 0) return 0;
-    nlMsg(131);
-    for (const std::string& line : found) nlMsg(2, line.c_str());
+    nlMsg(MSG_SEPARATOR);
+    for (const std::string& line : found) nlMsg(MSG_LINE, line.c_str());
     nlMsg(SPOOL_QUERY_FAILED, connection->user, connection->connect);
-    nlMsg(131);
+    nlMsg(MSG_SEPARATOR);
     TRACE(TR_ORCLEVEL0, " %s: %lu error lines in '%s', the first: '%s'\n", fn,
           static_cast<unsigned long>(errors), spoolPath, found.front().c_str());
     if (!TR_ORCLEVEL2) unlink(spoolPath);

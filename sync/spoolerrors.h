@@ -20,11 +20,12 @@
 #include <string>
 #include <vector>
 
+#include "catalogs/zebo_names.h"
 #include "sync/orphan.h"
 
 enum {
-    SPOOL_QUERY_FAILED = 2630,  // the spool holds SQL*Plus or database errors
-    SPOOL_ERRORS_SHOWN = 5      // error lines shown at most
+    SPOOL_QUERY_FAILED = MSG_SPOOL_QUERY_FAILED,  // the spool holds SQL*Plus or database errors
+    SPOOL_ERRORS_SHOWN = 5                        // error lines shown at most
 };
 
 // Whether one line of the spool (with or without its line end) is an error

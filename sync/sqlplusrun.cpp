@@ -50,7 +50,7 @@ int utRunSqlPlus(const char* scriptPath, std::string* shown) {
 bool utSpoolArgument(const std::string& path, std::string* argument) {
     bool blank = false;
     for (unsigned char c : path) {
-        if (c == '"' || c == 0x7f || (c < 0x20 && c != ' ' && c != '\t')) return false;
+        if (c == '"' || c == 0x7f || (c < 0x20 && c != '\t')) return false;
         if (c == ' ' || c == '\t') blank = true;
     }
     *argument = blank ? "\"" + path + "\"" : path;

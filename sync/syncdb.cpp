@@ -12,6 +12,7 @@
 
 #include "agent/session.h"
 #include "api/drvkapi.h"
+#include "catalogs/zebo_names.h"
 #include "common/nls/nls.h"
 #include "common/unx/nlsdate.h"
 #include "common/unx/nlsseam.h"
@@ -46,11 +47,11 @@ bool askRequired(unsigned prompt, int catalog, char* answer) {
     for (int empty = 0;;) {
         nlMsg(prompt, catalog);
         zeboReadConsoleLine(answer, CATALOG_FIELD_SIZE);
-        nlMsg(131);
+        nlMsg(MSG_SEPARATOR);
         if (answer[0] != '\0') return true;
-        nlMsg(2623);
-        nlMsg(131);
-        nlMsg(131);
+        nlMsg(MSG_NOTHING_ENTERED);
+        nlMsg(MSG_SEPARATOR);
+        nlMsg(MSG_SEPARATOR);
         if (++empty == EMPTY_ANSWERS_ALLOWED) return false;
     }
 }
@@ -60,21 +61,21 @@ bool askRequired(unsigned prompt, int catalog, char* answer) {
 // traces after the session's end, the password exit before it.
 int askCatalog(AgentContext* context, int catalog, CatalogConnection* rec) {
     memset(rec, 0, sizeof *rec);
-    nlMsg(131);
-    if (!askRequired(2540, catalog, rec->user)) {
+    nlMsg(MSG_SEPARATOR);
+    if (!askRequired(MSG_ASK_USER, catalog, rec->user)) {
         endSession(context);
         TRACE(TR_ORCLEVEL0, " %s: Exit - no username entered 3 times\n", fn);
         return -1;
     }
     // Read like any other line: the answer is echoed as it is typed.
-    if (!askRequired(2541, catalog, rec->password)) {
+    if (!askRequired(MSG_ASK_PASSWORD, catalog, rec->password)) {
         TRACE(TR_ORCLEVEL0, " %s: Exit - no password entered 3 times\n", fn);
         endSession(context);
         return -1;
     }
-    nlMsg(2542, catalog);
+    nlMsg(MSG_ASK_CONNECT, catalog);
     zeboReadConsoleLine(rec->connect, CATALOG_FIELD_SIZE);
-    nlMsg(131);
+    nlMsg(MSG_SEPARATOR);
     return 0;
 }
 
@@ -86,7 +87,7 @@ bool askDate(unsigned prompt, const char* defaultText, const nlDateTime& default
     for (;;) {
         nlMsg(prompt, defaultText);
         zeboReadConsoleLine(answer, sizeof answer);
-        nlMsg(131);
+        nlMsg(MSG_SEPARATOR);
         if (answer[0] == '\0') {
             *date = defaultDate;
             return false;
@@ -95,8 +96,8 @@ bool askDate(unsigned prompt, const char* defaultText, const nlDateTime& default
         // the user's layout.
         int rc = nlParseDateAnswer(answer, date);
         if (rc == 0) return true;
-        nlMsg(2525);
-        nlMsg(131);
+        nlMsg(MSG_BAD_DATE);
+        nlMsg(MSG_SEPARATOR);
         TRACE(TR_ORCLEVEL0, " %s: dateParse() failed rc = %d\n", fn, rc);
     }
 }
@@ -109,14 +110,14 @@ void askDateRange(nlDateTime* from, nlDateTime* to) {
     nlDateTime today;
     nlToday(&today);
     for (;;) {
-        nlMsg(131);
-        askDate(2543, fromDefault, fromDefaultDate, from);
-        bool toTyped = askDate(2544, toDefault, today, to);
+        nlMsg(MSG_SEPARATOR);
+        askDate(MSG_ASK_START_DATE, fromDefault, fromDefaultDate, from);
+        bool toTyped = askDate(MSG_ASK_END_DATE, toDefault, today, to);
         // Kept deliberately: only a typed to-date is checked, so a from-date
         // in the future passes with the to-date left at today.
         if (!toTyped || nlCompareDateTime(*to, *from) >= 0) return;
-        nlMsg(131);
-        nlMsg(2529);
+        nlMsg(MSG_SEPARATOR);
+        nlMsg(MSG_END_BEFORE_START);
     }
 }
 
@@ -125,8 +126,8 @@ bool makeTempName(const char* prefix, std::string* name) {
     char* made = utTempName(prefix);
     if (made == nullptr) {
         TRACE(TR_ORCLEVEL0, " %s: tempnam() failed for %s\n", fn, prefix);
-        nlMsg(2531);
-        nlMsg(131);
+        nlMsg(MSG_NO_TEMP_NAME);
+        nlMsg(MSG_SEPARATOR);
         return false;
     }
     *name = made;
@@ -197,9 +198,11 @@ int16_t pickAndDelete(SyncList* syncList, AgentContext* context, BTree* index, U
         UtDeletePass pass;
         int16_t rc = utDeleteFiles(syncList, context, &pass);
         reportPass(report, pass);
-        // Interrupted during the pass: its summary and report are out.
+        // Interrupted during the pass: its summary and report are out. The
+        // run ends with _exit, which drops what stdio still holds: standard
+        // output redirected to a file keeps the summary in its buffer.
         if (int signo = utPendingSignal()) {
-            fflush(nullptr);  // the summary, before the run ends without stdio
+            fflush(stdout);
             utExitOnSignal(signo);
         }
         if (rc != 0) {
@@ -209,10 +212,8 @@ int16_t pickAndDelete(SyncList* syncList, AgentContext* context, BTree* index, U
             return rc;
         }
         if (syncList->getCount() == 0) {
-            nlMsg(131);
-            nlMsg(2599);
-            nlMsg(131);
-            nlMsg(131);
+            nlMsgFramed(MSG_NO_ORPHANS);
+            nlMsg(MSG_SEPARATOR);
         }
     }
 }
@@ -246,8 +247,8 @@ int16_t zeboSyncVltToRman(AgentContext* context, ZeboCmdOptions* options) {
     if (rc != 0) {
         char text[RVK_MSG_MAX];
         utApiText(context->rvkHandle, rc, text);
-        nlMsg(2, text);
-        nlMsg(131);
+        nlMsg(MSG_LINE, text);
+        nlMsg(MSG_SEPARATOR);
         TRACE(TR_ORCLEVEL0, " %s: Exit zeboSession() failed rc = %d\n\n", fn, rc);
         return rc;
     }
@@ -260,9 +261,9 @@ int16_t zeboSyncVltToRman(AgentContext* context, ZeboCmdOptions* options) {
         memset(&rec, 0, sizeof rec);  // the password lives on in the list only
         if (added != 0) {
             // Kept as it has always been: the session is left to clean-up.
-            nlMsg(2522);
+            nlMsg(MSG_NO_MEMORY);
             TRACE(TR_ORCLEVEL0, " %s Exit addTail() failed rc = %d\n\n", fn, added);
-            return 2522;
+            return MSG_NO_MEMORY;
         }
     }
 
@@ -277,7 +278,7 @@ int16_t zeboSyncVltToRman(AgentContext* context, ZeboCmdOptions* options) {
     if (!haveScript || !haveSpool) {
         endSession(context);
         TRACE(TR_ORCLEVEL0, " %s: Exit could not create file name with tempnam()\n\n", fn);
-        return 2531;
+        return MSG_NO_TEMP_NAME;
     }
     scriptPath += ".sql";
 
@@ -285,9 +286,9 @@ int16_t zeboSyncVltToRman(AgentContext* context, ZeboCmdOptions* options) {
     if (index == nullptr) {
         endSession(context);
         TRACE(TR_ORCLEVEL0, " %s: Exit - NO MEMORY\n\n", fn);
-        return 2522;
+        return MSG_NO_MEMORY;
     }
-    nlMsg(2581);
+    nlMsg(MSG_QUERYING_CATALOG);
 
     struct timespec start;
     nlClockSeam(&start);

@@ -46,7 +46,7 @@ char* utDefaultTempName(const char* prefix) {
     std::string dir = isWritableDirectory(env) ? env : "/tmp";
     if (!isWritableDirectory(dir.c_str())) return nullptr;
     if (dir.size() > 1 && dir.back() == '/') dir.pop_back();
-    std::string head = dir + "/" + std::string(prefix ? prefix : "", 0, 5);
+    std::string head = dir + "/" + std::string(prefix ? prefix : "").substr(0, 5);
     for (int attempt = 0; attempt < 100; ++attempt) {
         std::string name = head;
         uint64_t r = nextRandom();

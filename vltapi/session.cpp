@@ -98,6 +98,7 @@ std::shared_ptr<Session> removeSession(uint32_t handle) {
 std::vector<std::shared_ptr<Session>> removeAllSessions() {
     std::lock_guard<std::mutex> lk(gTableMutex);
     std::vector<std::shared_ptr<Session>> all;
+    all.reserve(gSessions.size());
     for (auto& kv : gSessions) all.push_back(kv.second);
     gSessions.clear();
     return all;

@@ -15,6 +15,7 @@
 #include "agent/session.h"
 #include "agent/zeboinit.h"
 #include "api/drvkapidl.h"
+#include "catalogs/zebo_names.h"
 #include "common/nls/nls.h"
 #include "zebopasswd/pwentry.h"
 
@@ -81,7 +82,7 @@ int startApi(AgentContext* context) {
     gRvkApiObjP = new (std::nothrow) DRvkApiDL();
     if (!gRvkApiObjP) {
         fputs("zebopasswd: not enough memory.\n", stderr);
-        return 2522;
+        return MSG_NO_MEMORY;
     }
     int rc = static_cast<int16_t>(gRvkApiObjP->Setup());
     if (rc != 0) {

@@ -8,12 +8,14 @@
 // process: newNlsGlobalObject creates it, nlInit opens the catalogs, and
 // nlFreeRepository releases it at the end of the run.
 //
-// Texts of the catalogs (see catalogs/<language>/*.src):
+// Texts of the catalogs (see catalogs/<language>/*.src); callers name them
+// by the constants of the generated headers "catalogs/<name>_names.h":
 // - A message that is a whole line ends with a line feed; the output
 //   routines add nothing. Prompts (371, 2540 to 2544, 2598) end without one.
 // - Message 2 is a plain line: "%s\n". Show a text as a line with
-//   nlMsg(2, text).
-// - Message 131 is a separator line (with its line feed).
+//   nlMsg(MSG_LINE, text).
+// - Message 131 is a separator line (with its line feed); nlMsgFramed shows
+//   a message between two of them.
 // - Texts that are cut to the screen width and shown through message 2
 //   (pick-list header and help: 2552, 2553, 2590 to 2592, 2595 to 2597)
 //   have no line feed. nlFormatText removes a trailing line feed for callers
@@ -137,6 +139,9 @@ char* nlFormatText(unsigned number, ...);
 int nlPrintf(FILE* stream, unsigned number, ...);
 // nlPrintf to standard output.
 int nlMsg(unsigned number, ...);
+// Shows the separator line (message 131 in both catalogs), the message and
+// the separator line again: the frame around an error or a notice.
+int nlMsgFramed(unsigned number, ...);
 
 // Severity code of a message, or -1 when it cannot be read.
 int nlGetSeverity(unsigned number);

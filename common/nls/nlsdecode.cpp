@@ -94,7 +94,8 @@ size_t nlBodyStart(const NLSMsg* msg) {
 
 bool nlParseOrdered(const char* body, size_t length, nlOrderedView* v) {
     if (length < 6 || body[0] != 0) return false;
-    int n = static_cast<signed char>(body[5]);
+    // The count byte is read signed on purpose: a negative count is none.
+    int n = static_cast<signed char>(body[5]);  // NOLINT(bugprone-signed-char-misuse)
     if (n < 0) n = 0;
     if (n > NL_MAX_INSERTS) return false;
     v->n = n;

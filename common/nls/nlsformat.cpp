@@ -4,6 +4,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "catalogs/rvkclientV3_names.h"
 #include "common/nls/nls.h"
 #include "common/nls/nlsbuffer.h"
 #include "common/nls/nlsdecode.h"
@@ -195,6 +196,16 @@ int nlMsg(unsigned number, ...) {
     va_start(args, number);
     int rc = showV(number, args);
     va_end(args);
+    return rc;
+}
+
+int nlMsgFramed(unsigned number, ...) {
+    nlMsg(CLI_SEPARATOR);
+    va_list args;
+    va_start(args, number);
+    int rc = showV(number, args);
+    va_end(args);
+    nlMsg(CLI_SEPARATOR);
     return rc;
 }
 

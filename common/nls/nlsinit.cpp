@@ -6,6 +6,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "catalogs/rvkclientV3_names.h"
 #include "common/nls/nls.h"
 #include "common/nls/nlscatalog.h"
 #include "common/nls/nlsobject.h"
@@ -57,7 +58,7 @@ void (*gEngine476)(const char*, const char*, const char*) = nullptr;
 
 // Shows message 476 for the instrumentation engine.
 void showMessage476(const char* what, const char* file, const char* reason) {
-    nlMsg(476, what, file, reason);
+    nlMsg(CLI_REPORT_NOT_OPENED, what, file, reason);
 }
 
 // Opens both catalogs. 0 or 610. REQUIRES: nls_mutex held.

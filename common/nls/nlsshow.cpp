@@ -79,7 +79,7 @@ int main(int argc, char** argv) {
         fprintf(stderr, "usage: nlsshow [--escaped] INSTALL_DIR CATALOG MANIFEST\n");
         return 2;
     }
-    nlOutputRoutine routines[NL_SEVERITY_COUNT];
+    nlOutputRoutine routines[NL_SEVERITY_COUNT] = {};
     for (nlOutputRoutine& r : routines) r = capture;
     if (!newNlsGlobalObject(routines, 0)) return 2;
     char locale[1024] = "";

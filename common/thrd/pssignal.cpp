@@ -37,8 +37,8 @@ int psSignalSetup(psSignalSets* sets) {
 }
 
 void psTrapHandler(int signo) {
-    TRACE(TR_THREAD, "%s thread %p terminating on signal %d\n", "Unknown", (void*)pthread_self(),
-          signo);
+    TRACE(TR_THREAD, "%s thread %p terminating on signal %d\n", "Unknown",
+          reinterpret_cast<void*>(pthread_self()), signo);
     // SIGUSR1 is how one thread stops another (psThreadStop).
     if (signo == SIGUSR1) pthread_exit(nullptr);
     TRACE(TR_GENERAL, "%s thread, fatal error, signal %d\n", "Unknown", signo);

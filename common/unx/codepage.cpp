@@ -22,7 +22,8 @@ const uint16_t* cpTable(int codePage) {
 int cpWideToByte(int codePage, wchar_t c) {
     const uint16_t* table = cpTable(codePage);
     if (table == nullptr) return CP_UNKNOWN;
-    long wc = static_cast<long>(c);
+    // wchar_t is 32 bits here; the check takes it for a signed char.
+    long wc = static_cast<long>(c);  // NOLINT(bugprone-signed-char-misuse)
     if (wc == 0xFFFF || wc < 32 || wc == 127) return CP_NOT_CONVERTIBLE;
     switch (codePage) {
         case 367:

@@ -2,7 +2,7 @@
 # Regenerates codepage_tables.inc, the byte-to-character tables of the four
 # single-byte code pages, from the system's iconv. The generated file is kept
 # in the repository so that building never needs iconv; run this script again
-# only to re-check or change the tables:
+# only to change the tables (the test CommittedTablesMatchIconv checks them):
 #     sh common/unx/gen_codepages.sh > common/unx/codepage_tables.inc
 # A byte that the code page does not define (US-ASCII above 127) is 0xFFFF.
 set -eu

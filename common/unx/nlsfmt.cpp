@@ -85,9 +85,10 @@ bool nlAcceptDateFormat(const char* fmt) {
         if (*seen) return false;
         *seen = true;
     }
-    // Trailing text (a weekday, a literal) would be printed by strftime but
-    // not understood by the date parser, so the format must end here.
-    return fmt[pos] == '\0';
+    // After the three fields a literal (a closing ".") may follow: it is
+    // printed as it stands and the typed dates are read by the fields alone.
+    // Another conversion (a weekday) is not a plain layout.
+    return strchr(fmt + pos, '%') == nullptr;
 }
 
 bool nlAcceptTimeFormat(const char* fmt) {

@@ -67,6 +67,7 @@ TEST_F(LayoutTest, DateLayoutZeroRefusesAnythingButThreeNumericFields) {
         {"%Y-%m-%d", "%Y-%m-%d"},
         {"%d-%m-%y", "%d-%m-%y"},
         {"%Y %d %m", "%Y %d %m"},
+        {"%d.%m.%Y.", "%d.%m.%Y."},  // a literal after the fields
     };
     for (const Case& c : cases) {
         fakeLocale({{D_FMT, c.dFmt}});

@@ -20,6 +20,7 @@ enum { INSTR_STACK_MAX = 30, INSTR_NAME_WIDTH = 21 };
 
 struct InstrCategory {
     char name[INSTR_NAME_WIDTH + 1];  // padded with blanks
+    // cppcheck-suppress unusedStructMember ; the row keeps its number for the reader
     int number;
 };
 
@@ -59,6 +60,7 @@ static InstrCategory categoryList[INSTR_CATEGORY_COUNT] = {
 
 struct InstrClass {
     const char* title;
+    // cppcheck-suppress unusedStructMember ; the row keeps its keyword for the reader
     const char* keyword;
     int mask;
     int first;

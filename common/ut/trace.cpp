@@ -72,7 +72,8 @@ static void trWriteLine(const char* text, size_t textLen) {
     auto add = [&](const char* part) {
         size_t n = strlen(part);
         if (used + n > TR_PREFIX_SIZE) n = TR_PREFIX_SIZE - used;
-        memcpy(prefix + used, part, n);
+        // Pieces are joined here; the caller ends the prefix with its NUL.
+        memcpy(prefix + used, part, n);  // NOLINT(bugprone-not-null-terminated-result)
         used += n;
     };
     char part[TR_PREFIX_SIZE + 1];
@@ -188,6 +189,13 @@ void trShowStatus() {
     printf("\n");
     if (t.stream == stdout && !t.outInUse) printf("Tracing is active to standard output.\n");
     if (t.stream == stderr) printf("Tracing is active to standard error.\n");
+}
+
+void trShowOptions() {
+    const TraceObject& t = traceObj;
+    printf("  TRACEFILE:    %s\n", t.givenName);
+    printf("  TRACEMAX :    %lu\n", t.traceMax);
+    printf("  TRACESEGSIZE: %lu\n", t.segSize);
 }
 
 void trCopyText(char* dst, size_t size, const char* src) {

@@ -71,6 +71,9 @@ void trDump(const void* address, size_t length, int bytesPerLine);
 
 // Prints the enabled classes and where tracing goes (standard output).
 void trShowStatus();
+// Prints the trace file settings: the file as given, TRACEMAX and
+// TRACESEGSIZE (MB, 0 for none), one line each (standard output).
+void trShowOptions();
 
 // Text used in trace lines in place of a null string.
 extern const char* const trNullString;

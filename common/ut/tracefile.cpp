@@ -202,10 +202,24 @@ static bool trFullPath(const char* name, char* out) {
     if (!getcwd(cwd, sizeof cwd)) return false;
     size_t cwdLen = strlen(cwd), nameLen = strlen(name);
     if (cwdLen + 1 + nameLen >= TR_NAME_MAX) return false;
-    memcpy(out, cwd, cwdLen);
+    // The name's own NUL, copied below, ends the joined path.
+    memcpy(out, cwd, cwdLen);  // NOLINT(bugprone-not-null-terminated-result)
     out[cwdLen] = '/';
     memcpy(out + cwdLen + 1, name, nameLen + 1);
     return true;
+}
+
+// The first lines of an announced trace: where it goes, its bound and the
+// time it began.
+static void trAnnounce(const TraceObject& t) {
+    trPrintf(__FILE__, __LINE__, "Tracing to file: %s\n", t.givenName);
+    // Also for a file that does not wrap: the line then reads 0 MB.
+    trPrintf(__FILE__, __LINE__, "Tracefile maximum length set to %lu MB.\n", t.traceMax);
+    char date[16], time[16];
+    unsigned long ms;
+    nlDateTimeNow(date, sizeof date, time, sizeof time, &ms);
+    trPrintf(__FILE__, __LINE__, "%s\n%s %s - Trace begun.\n",
+             "----------------------------------------------------------------", date, time);
 }
 
 int trOpen(const char* name, int announce) {
@@ -265,16 +279,7 @@ int trOpen(const char* name, int announce) {
     if (rc != 0) return rc;
 
     if (tell) trPrintf(__FILE__, __LINE__, "%s\n", tell);
-    if (announce) {
-        trPrintf(__FILE__, __LINE__, "Tracing to file: %s\n", t.givenName);
-        if (t.wrap)
-            trPrintf(__FILE__, __LINE__, "Tracefile maximum length set to %lu MB.\n", t.traceMax);
-        char date[16], time[16];
-        unsigned long ms;
-        nlDateTimeNow(date, sizeof date, time, sizeof time, &ms);
-        trPrintf(__FILE__, __LINE__, "%s\n%s %s - Trace begun.\n",
-                 "----------------------------------------------------------------", date, time);
-    }
+    if (announce) trAnnounce(t);
     return 0;
 }
 

@@ -209,6 +209,27 @@ TEST_F(TraceFileTest, PlainFileIsAppendedWithAHeaderPerOpen) {
     EXPECT_EQ(header + "first 1\n" + header + "second\n", readFile(name));
 }
 
+// The announcement names the maximum also for a file that does not wrap;
+// the option display shows the settings in force.
+TEST_F(TraceFileTest, AnnouncementAndOptionDisplayShowTheSettings) {
+    std::string name = dir.file("announced.out");
+    ASSERT_EQ(0, trOpen(name.c_str(), 1));
+    trClose(0);
+    std::string text = readFile(name);
+    EXPECT_NE(std::string::npos, text.find("Tracing to file: " + name +
+                                           "\n"
+                                           "Tracefile maximum length set to 0 MB.\n"
+                                           "----------------"))
+        << text;
+
+    trSetMax(10);
+    trSetSegSize(3);
+    testing::internal::CaptureStdout();
+    trShowOptions();
+    EXPECT_EQ("  TRACEFILE:    " + name + "\n  TRACEMAX :    10\n  TRACESEGSIZE: 3\n",
+              testing::internal::GetCapturedStdout());
+}
+
 TEST_F(TraceFileTest, NamesAreUnquotedAndMadeFull) {
     char old[1024];
     ASSERT_NE(nullptr, getcwd(old, sizeof old));

@@ -330,6 +330,8 @@ bool catCheckTranslation(const CatSource& base, const CatSource& translation, st
         const CatEntry& b = *kv.second;
         const CatEntry& t = *it->second;
         if (b.letter != t.letter) problems += where(t) + "severity letter differs from the base\n";
+        if (!t.name.empty() && t.name != b.name)
+            problems += where(t) + "name " + t.name + " differs from the base's " + b.name + "\n";
         std::string sb, st, why;
         if (!catSignature(b, &sb, &why) || !catSignature(t, &st, &why)) {
             problems += why + "\n";

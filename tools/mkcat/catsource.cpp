@@ -120,6 +120,18 @@ bool parseNumber(const std::string& w, unsigned* out) {
     return true;
 }
 
+// A message name: an upper-case identifier of two or more characters, so that
+// it can never be taken for a one-letter severity.
+bool isMessageName(const std::string& w) {
+    if (w.size() < 2 || !isupper(static_cast<unsigned char>(w[0]))) return false;
+    for (char c : w) {
+        if (!isupper(static_cast<unsigned char>(c)) && !isdigit(static_cast<unsigned char>(c)) &&
+            c != '_')
+            return false;
+    }
+    return true;
+}
+
 // Texts must be valid UTF-8 without control characters other than line feed
 // and tab: the catalog layout uses 0x01, 0x10 and 0x12 as markers.
 bool checkText(const std::string& t, std::string* why) {
@@ -154,6 +166,7 @@ bool catParseSource(const std::string& text, const std::string& fileName, CatSou
     Lexer lex(text, fileName);
     Token t;
     std::set<unsigned> seen;
+    std::set<std::string> names;
     out->prefix.clear();
     out->entries.clear();
     if (!lex.next(&t, err)) return false;
@@ -188,6 +201,14 @@ bool catParseSource(const std::string& text, const std::string& fileName, CatSou
         }
         if (!raw) {
             if (!lex.next(&t, err)) return false;
+            if (t.kind == Token::Word && isMessageName(t.text)) {
+                if (!names.insert(t.text).second) {
+                    *err = lex.where(e.line) + "name " + t.text + " given twice";
+                    return false;
+                }
+                e.name = t.text;
+                if (!lex.next(&t, err)) return false;
+            }
             if (t.kind != Token::Word || t.text.size() != 1 ||
                 std::string("ZTRKIWESLM").find(t.text[0]) == std::string::npos) {
                 *err = lex.where(e.line) + "expected a severity letter (Z T R K I W E S L M)";

@@ -6,16 +6,16 @@
 //   # A comment runs from "#" at the start of a line to its end.
 //   prefix QEV                       three upper-case letters, once, first
 //
-//   2522 E printf "There is not enough system memory to complete command.\n"
-//   2603 E ordered "Unknown keyword %1$s in the option file %2$s.\n"
+//   2522 MSG_NO_MEMORY E printf "There is not enough system memory to complete command.\n"
+//   2603 MSG_BAD_KEYWORD E ordered "Unknown keyword %1$s in the option file %2$s.\n"
 //   0475 Z printf
 //       "Line one of a long text,\n"
 //       "line two.\n"
 //   0477 I ordered trailer "ABC" "Text with a trailer.\n"
 //   raw 9001 "QES9001Q written to the catalog exactly as it stands"
 //
-// An entry is a message number, its severity letter (Z T R K I W E S L M),
-// its form and its text. The text is one or more double-quoted pieces, on
+// An entry is a message number, optionally its name, its severity letter
+// (Z T R K I W E S L M), its form and its text. The text is one or more double-quoted pieces, on
 // the entry's line or on the lines that follow, joined like C string
 // literals. Escapes: \n \t \\ \" and \ooo (three octal digits).
 //
@@ -27,6 +27,15 @@
 //            order its language wants; the caller's order never changes.
 //   raw      (test catalogs) the whole catalog text, prefix included, is
 //            written as given; nothing is checked or added.
+//
+// Names: a name is an upper-case C identifier of at least two characters
+// (letters, digits, "_"), unique in its file. The program calls a message by
+// its name: mkcat --names writes a header of constants (name = number) from
+// the American English source, so a text seen on the screen leads through its
+// name in the source to every call site. The English source names every
+// message (--names refuses an entry without one). A translation may leave the
+// names out and takes them from its base; a name it does give must be the
+// base's, so that the two files cannot drift apart under the same number.
 //
 // Arguments of a message: the American English source (en_US) declares them.
 // The inserts of its text, in the caller's order, are the arguments that the
@@ -52,7 +61,8 @@ enum class CatForm { Printf, Ordered, Raw };
 
 struct CatEntry {
     unsigned number = 0;
-    char letter = 0;  // severity letter; 0 for raw entries
+    std::string name;  // symbolic name, empty when the entry gives none
+    char letter = 0;   // severity letter; 0 for raw entries
     CatForm form = CatForm::Printf;
     std::string text;     // escapes resolved
     std::string trailer;  // up to six characters, empty when none

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "tools/mkcat/catencode.h"
+#include "tools/mkcat/catnames.h"
+
 namespace {
 
 CatSource parseOk(const std::string& text) {
@@ -62,11 +65,38 @@ TEST(CatSource, RefusesMalformedSources) {
         {"prefix QEV\n5 E printf \"bad \xc3(\"\n", "UTF-8"},
         {"prefix QEV\n5 E printf trailer \"TOOLONG\" \"x\"\n", "1 to 6"},
         {"prefix QEV\n5 E printf \"x\"\n05 E printf \"y\"\n", "defined twice"},
+        {"prefix QEV\n5 MSG_A E printf \"x\"\n6 MSG_A E printf \"y\"\n", "MSG_A given twice"},
+        {"prefix QEV\n5 Msg E printf \"x\"\n", "severity letter"},
     };
     for (const Case& c : cases) {
         std::string err = parseError(c.text);
         EXPECT_NE(std::string::npos, err.find(c.expected)) << c.text << " gave: " << err;
     }
+}
+
+// Names lead from a text to its call sites: the English source names every
+// message, and a translation that names one differently is refused.
+TEST(CatSource, NamesBecomeConstantsAndTranslationsKeepThem) {
+    CatSource en = parseOk(
+        "prefix QEV\n"
+        "0002 MSG_LINE Z printf \"%s\\n\"\n"
+        "2603 MSG_BAD_KEYWORD E ordered \"Keyword %1$s\\n\"\n");
+    EXPECT_EQ("MSG_LINE", en.entries[0].name);
+    std::string header, err;
+    ASSERT_TRUE(catWriteNameHeader(en, "en.src", "GUARD_H", &header, &err)) << err;
+    EXPECT_NE(std::string::npos, header.find("#ifndef GUARD_H"));
+    EXPECT_NE(std::string::npos, header.find("    MSG_LINE = 2,\n    MSG_BAD_KEYWORD = 2603,\n"));
+
+    CatSource unnamed = parseOk("prefix QEV\n0002 MSG_LINE Z printf \"a\"\n0003 E printf \"b\"\n");
+    EXPECT_FALSE(catWriteNameHeader(unnamed, "u.src", "G", &header, &err));
+    EXPECT_NE(std::string::npos, err.find("u.src:3: message 3 has no name")) << err;
+
+    CatSource de = parseOk(
+        "prefix QEV\n0002 Z printf \"%s\\n\"\n2603 E ordered \"Schl\303\274ssel %1$s\\n\"\n");
+    EXPECT_TRUE(catCheckTranslation(en, de, &err)) << err;
+    de.entries[1].name = "MSG_OTHER";
+    EXPECT_FALSE(catCheckTranslation(en, de, &err));
+    EXPECT_NE(std::string::npos, err.find("MSG_OTHER differs from the base's MSG_BAD_KEYWORD"));
 }
 
 }  // namespace

@@ -50,7 +50,7 @@ const char kUsage[] =
     "handle and completion_time) with where conditions joined by and, and order\n"
     "by; alter session set NLS_DATE_FORMAT='...'; commit; rollback.\n";
 
-bool readScript(std::string path, std::vector<std::string>* lines) {
+bool readScript(const std::string& path, std::vector<std::string>* lines) {
     std::ifstream in(path);
     size_t slash = path.rfind('/');
     if (!in && path.find('.', slash == std::string::npos ? 0 : slash + 1) == std::string::npos)

@@ -209,6 +209,7 @@ bool DateFormat::read(const std::string& literal, std::string* canonical,
         }
         at = end;
     }
+    // cppcheck-suppress knownConditionTrueFalse ; the loop above can stop early
     while (at < literal.size() && literal[at] == ' ') ++at;
     if (at < literal.size()) {
         *error = "ORA-01830: date format picture ends before converting entire input string";

@@ -207,7 +207,8 @@ int Session::command(const std::string& raw) {
     return -1;
 }
 
-void Session::addSql(const std::string& text) {
+void Session::addSql(const std::string& line) {
+    const std::string& text = line;
     if (text == "/") {
         inSql_ = false;
         runSql();
@@ -411,7 +412,7 @@ void Session::spool(const std::vector<std::string>& words) {
 
 void Session::set(const std::vector<std::string>& words) {
     for (size_t i = 1; i < words.size();) {
-        const std::string name = words[i++];
+        const std::string& name = words[i++];
         const std::string value = upper(i < words.size() ? words[i++] : "");
         char* end = nullptr;
         long number = strtol(value.c_str(), &end, 10);

@@ -110,11 +110,13 @@ class Parser {
         if (isSymbol("*")) {
             st->star = next();
         } else {
-            do {
+            for (;;) {
                 if (peek().kind != SqlToken::WORD || isWord("FROM"))
                     return fail("ORA-00936: missing expression", peek());
                 st->columns.push_back(next());
-            } while (isSymbol(",") && (next(), true));
+                if (!isSymbol(",")) break;
+                next();
+            }
         }
         if (!isWord("FROM"))
             return fail("ORA-00923: FROM keyword not found where expected", peek());

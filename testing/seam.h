@@ -1,0 +1,27 @@
+// A seam replaced for one test: the program's seams are plain globals
+// (function pointers, hooks) that tests point at fakes. ScopedSeam puts the
+// fake in and the old value back when it goes out of scope, also when an
+// ASSERT leaves the test early, so that no fake leaks into the next test.
+//
+//   zebotest::ScopedSeam<void* (*)(size_t)> noMemory(llNodeAllocate, refuse);
+#ifndef ZEBO_TESTING_SEAM_H
+#define ZEBO_TESTING_SEAM_H
+
+namespace zebotest {
+
+template <typename T>
+class ScopedSeam {
+  public:
+    ScopedSeam(T& seam, T replacement) : seam_(seam), saved_(seam) { seam_ = replacement; }
+    ~ScopedSeam() { seam_ = saved_; }
+    ScopedSeam(const ScopedSeam&) = delete;
+    ScopedSeam& operator=(const ScopedSeam&) = delete;
+
+  private:
+    T& seam_;
+    T saved_;
+};
+
+}  // namespace zebotest
+
+#endif
