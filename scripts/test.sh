@@ -2,8 +2,10 @@
 # Configures, builds and runs every test of the project twice: a normal build
 # (build/) and an AddressSanitizer + UndefinedBehaviorSanitizer build
 # (build-asan/); as root, checks the Debian packages of the normal build in
-# between (scripts/check-packages.sh). Installs missing Debian packages when
-# run as root, otherwise names them and stops.
+# between (scripts/check-packages.sh). Last, builds the fuzz targets with
+# clang (build-fuzz/) and runs each for a few seconds (ctest -L fuzz).
+# Installs missing Debian packages when run as root, otherwise names them
+# and stops.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 cd "$root"
@@ -35,3 +37,11 @@ echo "== sanitizer build =="
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
 build_and_test build-asan -DCMAKE_BUILD_TYPE=Debug -DZEBO_SANITIZE=ON
+echo "== fuzz build =="
+# Only the fuzz targets and what they link; each runs for ZEBO_FUZZ_SECONDS
+# from its seed corpus and replays the kept regression inputs. The long
+# campaign is scripts/fuzz-campaign.sh.
+CC=clang CXX=clang++ cmake -S "$root" -B "$root/build-fuzz" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+    -DZEBO_TESTS=OFF -DZEBO_FUZZ=ON >/dev/null
+cmake --build "$root/build-fuzz" -j"$jobs" --target zebo_fuzz
+(cd "$root/build-fuzz" && ctest --output-on-failure --timeout 600 -j1 -L fuzz)
