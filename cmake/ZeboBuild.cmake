@@ -1,6 +1,16 @@
 # Compiler settings and small helpers shared by every folder.
 
 add_compile_options(-Wall -Wextra)
+# The fuzz build is a sanitizer build whose libraries are also instrumented
+# for libFuzzer's coverage; only the fuzz targets themselves link its driver
+# (fuzz/CMakeLists.txt).
+if(ZEBO_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    message(FATAL_ERROR "ZEBO_FUZZ=ON needs clang: configure with CC=clang CXX=clang++")
+  endif()
+  set(ZEBO_SANITIZE ON)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
 if(ZEBO_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
   add_link_options(-fsanitize=address,undefined)

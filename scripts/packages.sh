@@ -2,7 +2,7 @@
 # Sourced by the test and demo scripts.
 ZEBO_PACKAGES=(g++ cmake make pkg-config libgtest-dev libgmock-dev libbenchmark-dev
     libsqlite3-dev sqlite3 libpq-dev postgresql libssl-dev libargon2-dev locales tmux libc-bin file man-db bash-completion
-    clang-tidy cppcheck)
+    clang-tidy cppcheck clang libclang-rt-14-dev)
 # What the package check needs besides: the package checker, and
 # dpkg-shlibdeps, which computes the packages' library dependencies.
 ZEBO_PACKAGE_CHECK_PACKAGES=(lintian dpkg-dev)

@@ -3,8 +3,10 @@
 # (build/) and an AddressSanitizer + UndefinedBehaviorSanitizer build
 # (build-asan/), with the lint gate (scripts/lint.sh) after the normal
 # build; as root, checks the Debian packages of the normal build in
-# between (scripts/check-packages.sh). Installs missing Debian packages when
-# run as root, otherwise names them and stops.
+# between (scripts/check-packages.sh).
+# Last, builds the fuzz targets with clang (build-fuzz/) and runs each for
+# a few seconds (ctest -L fuzz). Installs missing Debian packages when run
+# as root, otherwise names them and stops.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 cd "$root"
@@ -41,3 +43,11 @@ export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
 # libpq's message catalogs stay bound for the life of a process (see the file).
 export LSAN_OPTIONS=${LSAN_OPTIONS:-suppressions=$root/testing/lsan.supp:print_suppressions=0}
 build_and_test build-asan -DCMAKE_BUILD_TYPE=Debug -DZEBO_SANITIZE=ON
+echo "== fuzz build =="
+# Only the fuzz targets and what they link; each runs for ZEBO_FUZZ_SECONDS
+# from its seed corpus and replays the kept regression inputs. The long
+# campaign is scripts/fuzz-campaign.sh.
+CC=clang CXX=clang++ cmake -S "$root" -B "$root/build-fuzz" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+    -DZEBO_TESTS=OFF -DZEBO_FUZZ=ON >/dev/null
+cmake --build "$root/build-fuzz" -j"$jobs" --target zebo_fuzz
+(cd "$root/build-fuzz" && ctest --output-on-failure --timeout 600 -j1 -L fuzz)

@@ -33,6 +33,14 @@ void decodeOrdered(std::string* body, size_t start) {
     }
 }
 
+// Skips a width or precision written as digits; false when it has more
+// digits than NL_MAX_FIELD_DIGITS.
+bool skipFieldDigits(const char** p) {
+    size_t digits = strspn(*p, "0123456789");
+    *p += digits;
+    return digits <= NL_MAX_FIELD_DIGITS;
+}
+
 // One printf conversion and nothing else, with `stars` "*" and a conversion
 // that fits the insert type; anything else could make sprintf read
 // arguments that were never passed.
@@ -44,16 +52,16 @@ bool specMatches(const char* spec, int stars, int type) {
     if (*p == '*') {
         ++seen;
         ++p;
-    } else {
-        while (isdigit(static_cast<unsigned char>(*p))) ++p;
+    } else if (!skipFieldDigits(&p)) {
+        return false;
     }
     if (*p == '.') {
         ++p;
         if (*p == '*') {
             ++seen;
             ++p;
-        } else {
-            while (isdigit(static_cast<unsigned char>(*p))) ++p;
+        } else if (!skipFieldDigits(&p)) {
+            return false;
         }
     }
     std::string length;

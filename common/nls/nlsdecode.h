@@ -40,6 +40,11 @@ size_t nlBodyStart(const NLSMsg* msg);
 
 enum { NL_MAX_INSERTS = 15 };
 
+// Most digits of a width or precision in a catalog text. The longest message
+// is a few thousand characters; a wider field only pads, and a width of a
+// billion would keep sprintf padding for seconds on every use.
+enum { NL_MAX_FIELD_DIGITS = 4 };
+
 // The ordered form after decoding.
 struct nlOrderedView {
     int n;                                  // inserts

@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "common/nls/nlssignature.h"
+
 namespace {
 
 struct Decoded {
@@ -135,6 +137,32 @@ TEST(NlsDecode, BadLettersDefaultTextAndBrokenBodies) {
         {"last piece missing", h + "\x01\x01\x10\x10%s\x10\x10", NL_DECODE_CORRUPTED},
     };
     for (const Case& c : cases) EXPECT_EQ(c.status, decode(c.text).status) << c.what;
+}
+
+// A width of a billion from a damaged catalog kept sprintf padding for
+// seconds on every use of the message: fields of more than four digits are
+// refused in both forms, the largest one still works.
+TEST(NlsDecode, WidthsAndPrecisionsOfMoreThanFourDigitsAreRefused) {
+    const std::string h("QES0001Z \x10\x06\x10\x10\x10\x01\x01\x10\x10");
+    EXPECT_EQ(NL_DECODE_OK, decode(h + "%-9999.9999s\x10\x10\x10").status);
+    EXPECT_EQ(NL_DECODE_OK, decode(h + "%00009s\x10\x10\x10").status);  // zeros are flags
+    EXPECT_EQ(NL_DECODE_CORRUPTED, decode(h + "%10000s\x10\x10\x10").status);
+    EXPECT_EQ(NL_DECODE_CORRUPTED, decode(h + "%.10000s\x10\x10\x10").status);
+    EXPECT_EQ(NL_DECODE_CORRUPTED, decode(h + "%01338318887s\x10\x10\x10").status);
+
+    for (const char* text : {"QES0001E \x01%1338318887d", "QES0001E \x01%.99999f"}) {
+        NLSMsg* msg = nullptr;
+        ASSERT_EQ(NL_DECODE_OK, nlDecodeCatalogText(1, text, &msg)) << text;
+        std::string sig;
+        EXPECT_FALSE(nlMessageSignature(msg, &sig)) << text;
+        free(msg);
+    }
+    NLSMsg* msg = nullptr;
+    ASSERT_EQ(NL_DECODE_OK, nlDecodeCatalogText(1, "QES0001E \x01%9999d", &msg));
+    std::string sig;
+    EXPECT_TRUE(nlMessageSignature(msg, &sig));
+    EXPECT_EQ("i", sig);
+    free(msg);
 }
 
 }  // namespace

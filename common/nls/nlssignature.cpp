@@ -95,8 +95,10 @@ bool printfSignature(const char* p, std::string* sig) {
                 sig->push_back('i');
                 ++p;
             } else {
-                while (isdigit(static_cast<unsigned char>(*p))) ++p;
-                if (*p == '$') return false;  // positional: not in a printf text
+                size_t digits = strspn(p, "0123456789");
+                p += digits;
+                if (*p == '$') return false;                     // positional: not in a printf text
+                if (digits > NL_MAX_FIELD_DIGITS) return false;  // see nlsdecode.h
             }
         }
         std::string length;

@@ -39,15 +39,21 @@ bool readConversion(const std::string& text, size_t* pos, CatForm form, CatInser
         if (p < text.size() && text[p] == '*') {
             ++ins->stars;
             spec.push_back(text[p++]);
-            return;
+            return true;
         }
-        while (p < text.size() && isdigit(static_cast<unsigned char>(text[p])))
+        size_t digits = 0;
+        for (; p < text.size() && isdigit(static_cast<unsigned char>(text[p])); ++digits)
             spec.push_back(text[p++]);
+        return digits <= kCatMaxFieldDigits;
     };
-    readCount();
+    bool counts = readCount();
     if (p < text.size() && text[p] == '.') {
         spec.push_back(text[p++]);
-        readCount();
+        counts = readCount() && counts;
+    }
+    if (!counts) {
+        *err = "width or precision of more than 4 digits";
+        return false;
     }
     std::string length;
     while (p < text.size() && std::string("hlLjztq").find(text[p]) != std::string::npos)

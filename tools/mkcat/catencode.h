@@ -37,6 +37,9 @@ const size_t kCatMaxPiece = 2301;
 const size_t kCatMaxPrintf = 4859;
 // Most inserts in an ordered text.
 const int kCatMaxInserts = 15;
+// Most digits of a width or precision: the repository refuses a wider field
+// (it would only pad, for as long as a billion characters take).
+const size_t kCatMaxFieldDigits = 4;
 
 // One insert of a text.
 struct CatInsert {

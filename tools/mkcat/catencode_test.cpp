@@ -63,6 +63,8 @@ TEST(CatEncode, RefusesInsertsTheRepositoryCannotFormat) {
         {CatForm::Printf, "%n", "unsupported conversion"},
         {CatForm::Printf, "%Ls", "bad length"},
         {CatForm::Printf, "tail %", "without a conversion"},
+        {CatForm::Printf, "%10000d", "more than 4 digits"},
+        {CatForm::Ordered, "%1$.10000s", "more than 4 digits"},
         {CatForm::Ordered,
          "%1$d%2$d%3$d%4$d%5$d%6$d%7$d%8$d%9$d%10$d%11$d%12$d%13$d%14$d%15$d%16$d", "more than 15"},
     };

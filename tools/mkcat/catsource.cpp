@@ -63,6 +63,12 @@ class Lexer {
             char c = s_[pos_++];
             if (c == '"') return true;
             if (c == '\n') break;
+            if (c == '\0') {
+                // A catalog text ends at its first NUL: the rest would be
+                // lost without a word, as "\000" would be.
+                *err = where(line_) + "NUL byte in a string";
+                return false;
+            }
             if (c != '\\') {
                 out->push_back(c);
                 continue;

@@ -72,6 +72,9 @@ TEST(CatSource, RefusesMalformedSources) {
         std::string err = parseError(c.text);
         EXPECT_NE(std::string::npos, err.find(c.expected)) << c.text << " gave: " << err;
     }
+    // A NUL byte in a string, even a raw one, would cut the catalog text.
+    std::string nul = std::string("prefix QEV\nraw 9 \"QEV0009E a") + '\0' + "b\"\n";
+    EXPECT_NE(std::string::npos, parseError(nul).find("t.src:2: NUL byte")) << parseError(nul);
 }
 
 // Names lead from a text to its call sites: the English source names every
