@@ -9,6 +9,8 @@
 #include <stdio.h>
 #include <stdlib.h>
 
+#include <ftw.h>
+
 #include <string>
 
 #define FUZZ_CHECK(condition, ...)                                                              \
@@ -24,6 +26,26 @@
 // The input as a string (it may hold NUL bytes).
 inline std::string fuzzText(const uint8_t* data, size_t size) {
     return std::string(reinterpret_cast<const char*>(data), size);
+}
+
+// A scratch folder of the target's own, removed with its contents when the
+// fuzzer exits.
+inline std::string& fuzzScratchDir() {
+    static std::string dir;
+    return dir;
+}
+inline void fuzzRemoveScratchDir() {
+    nftw(
+        fuzzScratchDir().c_str(),
+        [](const char* path, const struct stat*, int, struct FTW*) { return remove(path); }, 16,
+        FTW_DEPTH | FTW_PHYS);
+}
+inline std::string fuzzMakeScratchDir(const char* prefix) {
+    std::string pattern = std::string("/tmp/") + prefix + ".XXXXXX";
+    if (mkdtemp(&pattern[0]) == nullptr) abort();
+    fuzzScratchDir() = pattern;
+    atexit(fuzzRemoveScratchDir);
+    return pattern;
 }
 
 #endif

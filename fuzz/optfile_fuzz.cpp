@@ -80,9 +80,7 @@ int reference(const std::string& file, std::string slots[OPT_COUNT]) {
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     // The fallback error log lives in the agent directory: a folder of the
     // target's own.
-    char dir[] = "/tmp/zebo-fuzz-opt.XXXXXX";
-    if (mkdtemp(dir) == nullptr) abort();
-    setenv("ZEBO_AGENT_DIR", dir, 1);
+    setenv("ZEBO_AGENT_DIR", fuzzMakeScratchDir("zebo-fuzz-opt").c_str(), 1);
     static const nlOutputRoutine routines[NL_SEVERITY_COUNT] = {quiet, quiet, quiet, quiet, quiet,
                                                                 quiet, quiet, quiet, quiet};
     newNlsGlobalObject(routines, 0);

@@ -55,9 +55,8 @@ std::string readPassword() {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    char dir[] = "/tmp/zebo-fuzz-pswd.XXXXXX";
-    if (mkdtemp(dir) == nullptr) abort();
-    std::string base = dir;
+    std::string base = fuzzMakeScratchDir("zebo-fuzz-pswd");
+    const char* dir = base.c_str();
     mkdir((base + "/api").c_str(), 0700);
     mkdir((base + "/pw").c_str(), 0700);
     setenv("ZEBO_AGENT_DIR", base.c_str(), 1);
