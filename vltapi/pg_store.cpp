@@ -118,7 +118,8 @@ class PgCursor : public ObjectCursor {
 class PgStore : public Store {
   public:
     PgStore(std::unique_ptr<PgConn> c, bool asNode) : c_(std::move(c)), asNode_(asNode) {}
-    ~PgStore() override { rollback(); }
+    // A store dropped inside a transaction leaves nothing of it behind.
+    ~PgStore() override { abandon(); }
 
     PgConn& conn() { return *c_; }
     std::string lastError() const override { return c_->lastError(); }
@@ -160,15 +161,19 @@ class PgStore : public Store {
         return rc;
     }
 
-    void rollback() override {
+    void rollback() override { abandon(); }
+
+    bool inTransaction() const override { return inTxn_; }
+
+  private:
+    void abandon() {
         pendingLog_.clear();
         if (!inTxn_) return;
         if (!c_->broken()) c_->exec("ROLLBACK", "rollback");
         inTxn_ = false;
     }
 
-    bool inTransaction() const override { return inTxn_; }
-
+  public:
     // Cursors outside a transaction run in one of their own, which ends
     // with the last of them.
     Rc cursorOpened() {
