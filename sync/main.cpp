@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include <new>
+#include <string>
 
 #include "agent/agentctx.h"
 #include "agent/errorlog.h"
@@ -56,12 +57,12 @@ int16_t leave(AgentContext* context, int16_t rc) {
 void errorLogShown(char* path, size_t size) {
     char log[ZEBO_LOG_PATH_SIZE];
     psNonNlsErrorLogName(log);
+    std::string shown = log;
     char cwd[ZEBO_LOG_PATH_SIZE];
-    if (log[0] != '/' && getcwd(cwd, sizeof cwd)) {
-        snprintf(path, size, "%s%s%s", cwd, strcmp(cwd, "/") == 0 ? "" : "/", log);
-    } else {
-        snprintf(path, size, "%s", log);
-    }
+    if (log[0] != '/' && getcwd(cwd, sizeof cwd))
+        shown = std::string(cwd) + (strcmp(cwd, "/") == 0 ? "" : "/") + log;
+    // Cut to the caller's buffer like every path shown on screen.
+    snprintf(path, size, "%s", shown.c_str());
 }
 
 }  // namespace
