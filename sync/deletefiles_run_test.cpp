@@ -9,18 +9,7 @@
 
 namespace {
 
-class DeleteRunTest : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        if (!syncrun::Scratch::programsBuilt()) GTEST_SKIP() << "zebosync or its tools not built";
-    }
-};
-
-size_t count(const std::string& text, const std::string& what) {
-    size_t n = 0;
-    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) ++n;
-    return n;
-}
+using DeleteRunTest = syncrun::RunTest;
 
 TEST_F(DeleteRunTest, PickedOrphansGoInTransactionsOfTheServersMaximum) {
     // Pieces 6 and 7 are in the catalog; 1 to 5 are orphans.
@@ -31,7 +20,7 @@ TEST_F(DeleteRunTest, PickedOrphansGoInTransactionsOfTheServersMaximum) {
     EXPECT_EQ("BDDEBDDEBDE", syncrun::transactionCalls(scratch.trace()));
     EXPECT_EQ("6 7", scratch.onServer());
     std::string log = scratch.activityLog();
-    EXPECT_EQ(5u, count(log, "Deleted backup object")) << log;
+    EXPECT_EQ(5u, zebotest::occurrences(log, "Deleted backup object")) << log;
     for (int n = 1; n <= 5; ++n)
         EXPECT_NE(std::string::npos, log.find("/koruorc/db1/piece" + std::to_string(n) + "\n"));
     EXPECT_NE(std::string::npos, r.out.find("QEV2599I")) << "the list became empty";
@@ -71,7 +60,7 @@ TEST_F(DeleteRunTest, AFailedDeletionAbortsAndBecomesTheExitStatus) {
     EXPECT_NE(std::string::npos, trace.find("Deleted file '/koruorc/db1/piece2'"));
     EXPECT_EQ(std::string::npos, trace.find("Deleted file '/koruorc/db1/piece3'"));
     EXPECT_NE(std::string::npos, trace.find("RVKDELETEOBJ() failed rc = 130"));
-    EXPECT_EQ(0u, count(scratch.activityLog(), "Deleted backup object"));
+    EXPECT_EQ(0u, zebotest::occurrences(scratch.activityLog(), "Deleted backup object"));
     EXPECT_NE(std::string::npos, scratch.errorLog().find(" ==> ")) << "API text in the error log";
 
     // A transaction that cannot begin: no deletion is tried.

@@ -16,18 +16,7 @@ namespace {
 
 using agenttest::shellQuoted;
 
-class GuardRunTest : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        if (!syncrun::Scratch::programsBuilt()) GTEST_SKIP() << "zebosync or its tools not built";
-    }
-};
-
-size_t count(const std::string& text, const std::string& what) {
-    size_t n = 0;
-    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) ++n;
-    return n;
-}
+using GuardRunTest = syncrun::RunTest;
 
 std::vector<std::string> fields(const std::string& line) {
     std::vector<std::string> out;
@@ -227,7 +216,8 @@ TEST_F(GuardRunTest, ReportSummaryAndTraceAgreeWithTheServerAfterFailures) {
             std::string name = "/koruorc/db1/" + outcome.substr(0, outcome.find(' '));
             bool rolledBack = outcome.find("rolled back") != std::string::npos;
             EXPECT_EQ(rolledBack ? 1u : 0u,
-                      count(trace, "Rolled back: '" + name + "' is still on the VLT Server"))
+                      zebotest::occurrences(
+                          trace, "Rolled back: '" + name + "' is still on the VLT Server"))
                 << name;
         }
     }
@@ -243,7 +233,7 @@ TEST_F(GuardRunTest, DryRunReportsAndUnwritableReports) {
     EXPECT_EQ("1 2 3 4", scratch.onServer());
     std::string text = zebotest::readFile(json);
     EXPECT_EQ(0u, text.find("{\n  \"orphans\": [\n    {\"object_id\": ")) << text;
-    EXPECT_EQ(3u, count(text, "\"name\": \"/koruorc/db1/piece"));
+    EXPECT_EQ(3u, zebotest::occurrences(text, "\"name\": \"/koruorc/db1/piece"));
     EXPECT_NE(std::string::npos,
               text.find("\"inserted\": \"2024-01-11T03:04:05\", \"size\": 1000"));
     EXPECT_NE(std::string::npos, text.find("\"passes\": []\n}\n"));
@@ -272,9 +262,9 @@ TEST_F(GuardRunTest, AHugeRangeWithTracingAnswersAtOnce) {
     EXPECT_LT(took, std::chrono::seconds(20));
     std::string trace = scratch.trace();
     EXPECT_LT(trace.size(), 2u * 1024 * 1024);
-    EXPECT_EQ(1u, count(trace, "Value out of range Value: 21\n"));
-    EXPECT_EQ(1u, count(trace, "Value out of range Value: 500000\n"));
-    EXPECT_EQ(2u, count(trace, "Value out of range"));
+    EXPECT_EQ(1u, zebotest::occurrences(trace, "Value out of range Value: 21\n"));
+    EXPECT_EQ(1u, zebotest::occurrences(trace, "Value out of range Value: 500000\n"));
+    EXPECT_EQ(2u, zebotest::occurrences(trace, "Value out of range"));
 }
 
 }  // namespace

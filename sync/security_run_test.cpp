@@ -24,12 +24,7 @@ namespace {
 
 using agenttest::shellQuoted;
 
-class SecurityRunTest : public ::testing::Test {
-  protected:
-    void SetUp() override {
-        if (!syncrun::Scratch::programsBuilt()) GTEST_SKIP() << "zebosync or its tools not built";
-    }
-};
+using SecurityRunTest = syncrun::RunTest;
 
 std::vector<std::string> entries(const std::string& dir) {
     std::vector<std::string> names;

@@ -6,6 +6,8 @@
 #ifndef ZEBO_SYNC_SYNCRUN_TESTUTIL_H
 #define ZEBO_SYNC_SYNCRUN_TESTUTIL_H
 
+#include <gtest/gtest.h>
+
 #include <memory>
 #include <string>
 #include <vector>
@@ -63,6 +65,14 @@ class Scratch {
 // Transaction calls of utDeleteFiles in a trace, as letters: B begin,
 // D delete, E end ("BDDEBDE").
 std::string transactionCalls(const std::string& trace);
+
+// Runs of the built program: they need zebosync and its test tools.
+class RunTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        if (!Scratch::programsBuilt()) GTEST_SKIP() << "zebosync or its tools not built";
+    }
+};
 
 }  // namespace syncrun
 

@@ -163,6 +163,22 @@ std::string sourceDir() {
     return ZEBO_SOURCE_DIR;
 }
 
+size_t occurrences(const std::string& text, const std::string& what) {
+    size_t n = 0;
+    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) ++n;
+    return n;
+}
+
+std::string hexText(const unsigned char* bytes, size_t n) {
+    static const char digits[] = "0123456789ABCDEF";
+    std::string out;
+    for (size_t i = 0; i < n; ++i) {
+        out += digits[bytes[i] >> 4];
+        out += digits[bytes[i] & 15];
+    }
+    return out;
+}
+
 std::vector<std::string> lines(const std::string& text) {
     std::vector<std::string> v;
     std::string cur;

@@ -50,6 +50,10 @@ std::string sourceDir();
 
 // Splits text into lines (without their line ends).
 std::vector<std::string> lines(const std::string& text);
+// How often `what` stands in `text` (overlapping places count).
+size_t occurrences(const std::string& text, const std::string& what);
+// Bytes as upper-case hex digits, as SQL blob literals take them.
+std::string hexText(const unsigned char* bytes, size_t n);
 
 }  // namespace zebotest
 

@@ -40,23 +40,14 @@ class Passwords : public ::testing::Test {
     Repo repo{"", Repo::Kind::Sqlite};
 };
 
-std::string hex(const unsigned char* p, size_t n) {
-    static const char digits[] = "0123456789ABCDEF";
-    std::string out;
-    for (size_t i = 0; i < n; ++i) {
-        out += digits[p[i] >> 4];
-        out += digits[p[i] & 15];
-    }
-    return out;
-}
-
 TEST_F(Passwords, OldHashIsRenewedAtTheNextSuccessfulLogOn) {
     // NODE1 as a repository of the previous kind holds it: salted
     // PBKDF2-HMAC-SHA256 of 20,000 iterations, set at a known time.
     const unsigned char salt[16] = {7, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
     unsigned char hash[32];
     ASSERT_EQ(PKCS5_PBKDF2_HMAC("pw-one", 6, salt, sizeof salt, 20000, EVP_sha256(), 32, hash), 1);
-    sql("UPDATE nodes SET pw_salt = X'" + hex(salt, 16) + "', pw_hash = X'" + hex(hash, 32) +
+    sql("UPDATE nodes SET pw_salt = X'" + zebotest::hexText(salt, 16) + "', pw_hash = X'" +
+        zebotest::hexText(hash, 32) +
         "', pw_iter = 20000, pw_set = 1700000000 WHERE name = 'NODE1'");
     const std::string old = hashRow("NODE1");
     ASSERT_EQ(old.substr(0, 17), "20000|1700000000|");

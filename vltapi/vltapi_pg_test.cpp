@@ -169,16 +169,6 @@ TEST_F(Pg, ALostConnectionLeavesNothingHalfDone) {
 
 namespace {
 
-std::string hexText(const unsigned char* p, size_t n) {
-    static const char digits[] = "0123456789abcdef";
-    std::string out;
-    for (size_t i = 0; i < n; ++i) {
-        out += digits[p[i] >> 4];
-        out += digits[p[i] & 15];
-    }
-    return out;
-}
-
 TEST(PgCopy, SqliteRepositoryMovesWithPasswordsIdsStatesAndLog) {
     ASSERT_TRUE(pgMode()) << "these tests need the test cluster: VLT_TEST_PG names its folder";
     Repo from("", Repo::Kind::Sqlite);
@@ -193,10 +183,10 @@ TEST(PgCopy, SqliteRepositoryMovesWithPasswordsIdsStatesAndLog) {
     const unsigned char salt[16] = {3, 1, 4, 1, 5, 9, 2, 6, 5, 3, 5, 8, 9, 7, 9, 3};
     unsigned char hash[32];
     ASSERT_EQ(PKCS5_PBKDF2_HMAC("pw-one", 6, salt, sizeof salt, 20000, EVP_sha256(), 32, hash), 1);
-    auto edit =
-        zebotest::run("sqlite3 '" + from.repository() + "' \"UPDATE nodes SET pw_salt = X'" +
-                      hexText(salt, sizeof salt) + "', pw_hash = X'" + hexText(hash, sizeof hash) +
-                      "', pw_iter = 20000 WHERE name = 'NODE1'\"");
+    auto edit = zebotest::run(
+        "sqlite3 '" + from.repository() + "' \"UPDATE nodes SET pw_salt = X'" +
+        zebotest::hexText(salt, sizeof salt) + "', pw_hash = X'" +
+        zebotest::hexText(hash, sizeof hash) + "', pw_iter = 20000 WHERE name = 'NODE1'\"");
     ASSERT_EQ(edit.status, 0) << edit.err;
     setPassword(from.optFile(), "node2", "changed-pw");
 
