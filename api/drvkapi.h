@@ -2,10 +2,11 @@
 //
 // The library is never linked: the loader (DRvkApiDL, drvkapidl.h) opens it
 // at run time and fills the static entry-point table m_fnrvk<Name>P, one
-// pointer per library function (drvkentries.h lists them). Every drvk<Name>
-// method does the same four things: trace "Enter", start the stopwatch of
-// the timing record passed first, call through the table with the other
-// arguments unchanged, stop the stopwatch and trace "Exit" with the code.
+// pointer per library function (the library's header lists them, in lookup
+// order, as RVK_ENTRY_POINTS). Every drvk<Name> method does the same four
+// things: trace "Enter", start the stopwatch of the timing record passed
+// first, call through the table with the other arguments unchanged, stop the
+// stopwatch and trace "Exit" with the code.
 // Codes are the library's 16-bit codes widened to int.
 //
 // Above the thin wrappers sit the API's environment set-up (Init) and
@@ -25,7 +26,6 @@
 #include <stdint.h>
 
 #include "api/dbaseapi.h"
-#include "api/drvkentries.h"
 #include "vltapi/include/rvkapi.h"
 
 // Codes that the wrapper adds to the library's.
@@ -96,8 +96,8 @@ class DRvkApi : public DBaseApi {
     static void SetSetupData(RvkApiSetupInfo* infoP);
     // Nulls 42 of the 43 pointers: m_fnrvkQueryApiVersionExP is left alone.
     static void ClearPointers();
-    // Publishes a complete table, addresses in the order of drvkentries.h.
-    static void SetPointers(void* const addresses[DRVK_ENTRY_COUNT]);
+    // Publishes a complete table, addresses in the order of RVK_ENTRY_POINTS.
+    static void SetPointers(void* const addresses[RVK_ENTRY_COUNT]);
 
     // --- Thin wrappers, one per entry point --------------------------------
     int drvkBeginGetData(ApiStatusObj* statusP, uint32_t handle, uint8_t mountWait, uint8_t getType,
@@ -227,7 +227,7 @@ class DRvkApi : public DBaseApi {
 
     // --- The entry-point table ----------------------------------------------
 #define DRVK_DECLARE_POINTER(Name) static decltype(&::rvk##Name) m_fnrvk##Name##P;
-    DRVK_ENTRY_POINTS(DRVK_DECLARE_POINTER)
+    RVK_ENTRY_POINTS(DRVK_DECLARE_POINTER)
 #undef DRVK_DECLARE_POINTER
 
     static int32_t m_brvkSetUpDone;

@@ -8,7 +8,6 @@
 #include <stdio.h>
 #include <string.h>
 
-#include "entry_points.h"
 #include "rvkapi.h"
 
 #define NAME_OF(Name) "rvk" #Name,

@@ -7,7 +7,7 @@
 
 #include <stdint.h>
 
-#include "vltapi/entry_points.h"
+#include "rvkapi.h"
 
 namespace vlt {
 
