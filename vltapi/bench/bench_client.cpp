@@ -1,5 +1,6 @@
 // Benchmark client of the library, used by bench_vltapi.sh; it works only
-// through the public header, like the program.
+// through the public header and the program's query cursor, like the
+// program.
 //   vltapi_bench query OPTFILE NODE PASSWORD    iterate every active object
 //   vltapi_bench delete OPTFILE NODE PASSWORD   delete the object ids read from
 //                                               standard input (one per line) in
@@ -11,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "api/backupquery.h"
 #include "rvkapi.h"
 
 namespace {
@@ -48,28 +50,20 @@ int query(uint32_t h) {
     strcpy(name.hl, "/*");
     strcpy(name.ll, "/*");
     name.objType = RVK_OBJ_FILE;
-    rvkQryBackupData q;
-    memset(&q, 0, sizeof q);
-    q.stVersion = RVK_QRYBACKUPDATA_VERSION;
-    q.objName = &name;
-    q.objState = RVK_STATE_ACTIVE;
-    if (int16_t rc = rvkBeginQuery(h, RVK_QRY_BACKUP, &q)) return fail("rvkBeginQuery", rc);
-    rvkQryRespBackup resp;
-    rvkDataBlk blk;
-    memset(&blk, 0, sizeof blk);
-    blk.stVersion = RVK_DATABLK_VERSION;
-    blk.bufferLen = sizeof resp;
-    blk.bufferPtr = reinterpret_cast<char*>(&resp);
-    resp.stVersion = RVK_QRYRESPBACKUP_VERSION;
+    BackupQuery query(BackupQuery::library(), h);
+    if (int rc = query.begin(&name, RVK_STATE_ACTIVE))
+        return fail("rvkBeginQuery", static_cast<int16_t>(rc));
     unsigned long long n = 0, bytes = 0;
-    int16_t rc;
-    while ((rc = rvkGetNextQObj(h, &blk)) == RVK_RC_MORE_DATA) {
+    while (query.next() == RVK_RC_MORE_DATA) {
+        const rvkQryRespBackup& resp = query.object();
         ++n;
         bytes +=
             (static_cast<unsigned long long>(resp.sizeEstimate.hi) << 32) | resp.sizeEstimate.lo;
     }
-    if (rc != RVK_RC_FINISHED && rc != RVK_RC_NO_MATCH) return fail("rvkGetNextQObj", rc);
-    rvkEndQuery(h);
+    int rc = query.lastRc();
+    if (rc != RVK_RC_FINISHED && rc != RVK_RC_NO_MATCH)
+        return fail("rvkGetNextQObj", static_cast<int16_t>(rc));
+    query.end();
     printf("queried %llu objects, %llu bytes\n", n, bytes);
     return 0;
 }
