@@ -25,6 +25,7 @@
 #define ZEBO_API_BACKUPQUERY_H
 
 #include <stdint.h>
+#include <stdio.h>
 #include <string.h>
 
 #include <functional>
@@ -42,6 +43,17 @@ class BackupQuery {
         std::function<int(uint32_t handle, rvkDataBlk* blockP)> next;
         std::function<int(uint32_t handle)> end;
     };
+
+    // A name record for begin(), each part cut to its field.
+    static rvkObjName objectName(const char* fsP, const char* hlP, const char* llP, uint8_t type) {
+        rvkObjName name;
+        memset(&name, 0, sizeof name);
+        snprintf(name.fs, sizeof name.fs, "%s", fsP);
+        snprintf(name.hl, sizeof name.hl, "%s", hlP);
+        snprintf(name.ll, sizeof name.ll, "%s", llP);
+        name.objType = type;
+        return name;
+    }
 
     // The library's entry points, called directly.
     static Calls library() { return {rvkBeginQuery, rvkGetNextQObj, rvkEndQuery}; }

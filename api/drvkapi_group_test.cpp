@@ -35,12 +35,7 @@ class GroupTest : public RepositoryTest {
 
 TEST_F(GroupTest, OpeningRemovesLeftoverLeadersAndAbortsWhenRefused) {
     admin("load ORANODE", "/oracle\t/group\t/leader\t2024-01-02 03:04:05\t10\n");
-    rvkObjName leader;
-    memset(&leader, 0, sizeof leader);
-    strcpy(leader.fs, "/oracle");
-    strcpy(leader.hl, "/group");
-    strcpy(leader.ll, "/leader");
-    leader.objType = RVK_OBJ_FILE;
+    rvkObjName leader = BackupQuery::objectName("/oracle", "/group", "/leader", RVK_OBJ_FILE);
     ASSERT_EQ(1, countActive(&leader));
 
     TraceToFile trace({&TR_API});

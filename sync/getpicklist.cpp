@@ -97,11 +97,7 @@ int querySessInfo(uint32_t handle, rvkSessInfo* info) {
 // the to-date. *name is the query's name record and must outlive it.
 int beginObjectQuery(BackupQuery* query, rvkObjName* name, AgentContext* context,
                      const nlDateTime* toDate) {
-    memset(name, 0, sizeof *name);
-    snprintf(name->fs, sizeof name->fs, "%s", context->optValue[OPT_ZEBO_FS]);
-    strcpy(name->hl, "/*");
-    strcpy(name->ll, "/*");
-    name->objType = RVK_OBJ_FILE;
+    *name = BackupQuery::objectName(context->optValue[OPT_ZEBO_FS], "/*", "/*", RVK_OBJ_FILE);
     rvkDate pit;
     memset(&pit, 0, sizeof pit);
     char toText[64] = "";

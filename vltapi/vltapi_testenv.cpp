@@ -183,12 +183,7 @@ QueryResult query(uint32_t handle, const std::string& fs, const std::string& hl,
                   const std::string& ll, uint8_t state, rvkDate pit, const char* owner,
                   uint8_t type) {
     QueryResult res;
-    rvkObjName name;
-    memset(&name, 0, sizeof name);
-    snprintf(name.fs, sizeof name.fs, "%s", fs.c_str());
-    snprintf(name.hl, sizeof name.hl, "%s", hl.c_str());
-    snprintf(name.ll, sizeof name.ll, "%s", ll.c_str());
-    name.objType = type;
+    rvkObjName name = BackupQuery::objectName(fs.c_str(), hl.c_str(), ll.c_str(), type);
     BackupQuery cursor(BackupQuery::library(), handle);
     res.beginRc = static_cast<int16_t>(cursor.begin(&name, state, const_cast<char*>(owner), pit));
     if (res.beginRc != RVK_RC_OK) return res;

@@ -44,12 +44,7 @@ int logOn(const char* opt, const char* node, const char* pw, uint32_t* h) {
 }
 
 int query(uint32_t h) {
-    rvkObjName name;
-    memset(&name, 0, sizeof name);
-    strcpy(name.fs, "*");
-    strcpy(name.hl, "/*");
-    strcpy(name.ll, "/*");
-    name.objType = RVK_OBJ_FILE;
+    rvkObjName name = BackupQuery::objectName("*", "/*", "/*", RVK_OBJ_FILE);
     BackupQuery query(BackupQuery::library(), h);
     if (int rc = query.begin(&name, RVK_STATE_ACTIVE))
         return fail("rvkBeginQuery", static_cast<int16_t>(rc));
