@@ -90,19 +90,6 @@ TEST_F(ZebopasswdTest, NothingIsWrittenWithoutAUsableInstallationKey) {
               readFile(install_.logDir() + "/zeboerror.log").find("may be read by others"));
 }
 
-TEST_F(ZebopasswdTest, LogOnIsRetriedWhileTheServerIsUnreachable) {
-    EXPECT_EQ(0,
-              zebopasswd(optArg(), twice(agenttest::nodePassword()), "RVK_FAULTS=rvkInitEx@1-4=-50")
-                  .status);
-    ASSERT_TRUE(zebotest::fileExists(passwordFile()));
-    zebotest::writeFile(passwordFile(), "old");
-    RunResult r =
-        zebopasswd(optArg(), twice(agenttest::nodePassword()), "RVK_FAULTS=rvkInitEx@1-5=-50");
-    EXPECT_EQ(1, r.status);
-    EXPECT_NE(std::string::npos, r.err.find("rc = -50")) << r.err;
-    EXPECT_EQ("old", readFile(passwordFile()));
-}
-
 TEST_F(ZebopasswdTest, UnusableCommandLinesAndOptionFilesAreRefused) {
     for (const char* args : {"-x", "-ZEBO_OPTfile=", "-ZEBO=x", "a b"}) {
         SCOPED_TRACE(args);
