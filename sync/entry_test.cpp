@@ -2,7 +2,6 @@
 // status as a shell sees them, with the real catalogs, option files and
 // client library.
 #include <gtest/gtest.h>
-#include <string.h>
 
 #include <string>
 #include <vector>
@@ -27,17 +26,6 @@ class ZebosyncTest : public ::testing::Test {
     }
     std::string optArg() { return "-ZEBO_OPTfile=" + shellQuoted(install_.zeboOpt()); }
     std::string trace() { return readFile(install_.path("trace.out")); }
-    // Stores the node's password file through the client library of the
-    // installation, whose key the runs use.
-    void storePassword() {
-        ASSERT_EQ(0, agenttest::loadClientLibrary());
-        ASSERT_EQ(0, agenttest::setUpApi(install_.path(""), install_.logDir()));
-        AgentContext context = AgentContext();
-        strcpy(context.optValue[OPT_ZEBO_NODE], agenttest::nodeName());
-        snprintf(context.optValue[OPT_ZEBO_PSWDPATH], ZEBO_OPT_VALUE_SIZE, "%s",
-                 install_.path("").c_str());
-        ASSERT_EQ(0, pszeboUpdatePswd(agenttest::nodePassword(), &context));
-    }
 
     agenttest::Install install_;
 };
@@ -140,7 +128,9 @@ TEST_F(ZebosyncTest, ClientLibraryFailuresGiveTheirCodes) {
 TEST_F(ZebosyncTest, SyncDbEndsWithTheCodeOfALogOnTheServerKeepsRefusing) {
     install_.writeZeboOpt("ZEBO_TRACE_FILE " + install_.path("trace.out") +
                           "\nZEBO_TRACE_FLAGS ORCLEVEL0 ORCLEVEL1 ORCLEVEL2\n");
-    storePassword();
+    // The node's password file, made with the installation's key.
+    AgentContext context = install_.passwordContext();
+    ASSERT_EQ(0, pszeboUpdatePswd(agenttest::nodePassword(), &context));
     RunResult r = zebosync("SYNCdb " + optArg(), "RVK_FAULTS=rvkInitEx@1-5=-50");
     EXPECT_EQ(-50 & 0xff, r.status);
     expectAt(trace(), "retry = 4, node = NODE1, owner = , rc = -50");

@@ -139,11 +139,11 @@ struct OrphanScan {
 
 // Looks one object up; 0, or the list's code when its record could not be
 // stored.
-int examine(OrphanScan* scan, rvkQryRespBackup& obj) {
-    obj.objName.ll[RVK_LL_NAME_MAX] = '\0';
-    const char* name = obj.objName.ll[0] == '/' ? obj.objName.ll + 1 : obj.objName.ll;
+int examine(OrphanScan* scan, rvkQryRespBackup* obj) {
+    obj->objName.ll[RVK_LL_NAME_MAX] = '\0';
+    const char* name = obj->objName.ll[0] == '/' ? obj->objName.ll + 1 : obj->objName.ll;
     if (scan->filter) {
-        if (insertedBefore(obj.insDate, *scan->fromDate)) return 0;
+        if (insertedBefore(obj->insDate, *scan->fromDate)) return 0;
         TRACE(TR_ORCLEVEL2, " %s: Found '%s' on VLT Server\n", fn, utVisibleText(name).c_str());
         if (scan->listing != nullptr) fprintf(scan->listing, "%s\n", name);
     }
@@ -152,7 +152,7 @@ int examine(OrphanScan* scan, rvkQryRespBackup& obj) {
     if (SearchItem(scan->index, name, utFindFilename) != nullptr) return 0;
 
     OrphanRecord rec;
-    fillOrphan(&rec, obj, scan->info);
+    fillOrphan(&rec, *obj, scan->info);
     if (scan->filter)
         TRACE(TR_ORCLEVEL2, " %s: '%s' exists on VLT Server but not in Oracle Recovery Catalog\n",
               fn, utVisibleText(rec.name).c_str());
@@ -172,7 +172,7 @@ bool scanObjects(BackupQuery* query, OrphanScan* scan) {
     while (query->next() == RVK_RC_MORE_DATA) {
         ++scan->examined;
         progress.update(scan->examined);
-        int added = examine(scan, query->object());
+        int added = examine(scan, &query->object());
         if (added == 0) continue;
         progress.end();
         char* text = nlFormatText(MSG_NO_MEMORY);

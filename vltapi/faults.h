@@ -7,7 +7,7 @@
 
 #include <stdint.h>
 
-#include "rvkapi.h"
+#include "vltapi/include/rvkapi.h"
 
 namespace vlt {
 

@@ -1,6 +1,5 @@
 // Black-box runs of the built zebopasswd against a scratch installation.
 #include <gtest/gtest.h>
-#include <string.h>
 #include <sys/stat.h>
 
 #include <regex>
@@ -39,12 +38,7 @@ TEST_F(ZebopasswdTest, StoresAVerifiedPasswordThatTheAgentReadsBack) {
     // Twelve characters: the header and two records.
     EXPECT_EQ(57, zebotest::fileSize(passwordFile()));
 
-    ASSERT_EQ(0, agenttest::loadClientLibrary());
-    ASSERT_EQ(0, agenttest::setUpApi(install_.path(""), install_.logDir()));
-    AgentContext context = AgentContext();
-    strcpy(context.optValue[OPT_ZEBO_NODE], agenttest::nodeName());
-    snprintf(context.optValue[OPT_ZEBO_PSWDPATH], ZEBO_OPT_VALUE_SIZE, "%s",
-             install_.path("").c_str());
+    AgentContext context = install_.passwordContext();
     char password[ZEBO_PSWD_BUFFER_SIZE];
     ASSERT_EQ(0, psReadPswd(password, &context));
     EXPECT_STREQ(agenttest::nodePassword(), password);
