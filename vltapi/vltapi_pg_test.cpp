@@ -1,6 +1,7 @@
 // What only a database server adds: nodes kept apart by the database even
 // for direct SQL, sessions of several nodes at once, deletions that another
-// session overtakes, and a connection lost in the middle of a transaction. Runs against the throwaway cluster.
+// session overtakes, and a connection lost or a server restarted in the
+// middle of a transaction. Runs against the throwaway cluster.
 #include <gtest/gtest.h>
 #include <openssl/evp.h>
 #include <stdlib.h>
@@ -180,8 +181,8 @@ TEST_F(Pg, ALostConnectionLeavesNothingHalfDone) {
                         "SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE usename = '" +
                             role("NODE1") + "'");
     ASSERT_EQ(killed, std::vector<std::string>{"t"});
-    // Deletions go out without waiting: the loss shows at the call, or at
-    // the latest at the commit.
+    // The deletion is held back: the loss shows at the call, or at the
+    // latest at the commit.
     int16_t rc = rvkDeleteObj(h, RVK_DEL_BACKUP_ID, delInfo(mine[1]));
     EXPECT_TRUE(rc == RVK_RC_OK || rc == RVK_RC_COMM_FAILURE) << rc;
     uint16_t reason = 0;
@@ -196,6 +197,41 @@ TEST_F(Pg, ALostConnectionLeavesNothingHalfDone) {
     ASSERT_EQ(logOn(&h, "node1", "pw-one"), RVK_RC_OK);
     EXPECT_EQ(deleteInTxn(h, {mine[0], mine[1]}, RVK_VOTE_COMMIT, &reason), RVK_RC_OK);
     EXPECT_EQ(repo.count("node1"), 3u);
+}
+
+// Runs alone (its own CTest entry, RUN_SERIAL): it restarts the cluster
+// that every other test uses.
+class PgRestart : public Pg {};
+
+TEST_F(PgRestart, InTheMiddleOfATransactionLeavesNothingHalfDone) {
+    uint32_t h = 0;
+    ASSERT_EQ(logOn(&h, "node1", "pw-one"), RVK_RC_OK);
+    auto mine = ids(query(h, "/one", "*", "*"));
+    ASSERT_EQ(mine.size(), 5u);
+    ASSERT_EQ(rvkBeginTxn(h), RVK_RC_OK);
+    ASSERT_EQ(rvkDeleteObj(h, RVK_DEL_BACKUP_ID, delInfo(mine[0])), RVK_RC_OK);
+    ASSERT_EQ(rvkDeleteObj(h, RVK_DEL_BACKUP_ID, delInfo(mine[1])), RVK_RC_OK);
+    zebotest::RunResult r = zebotest::run(zebotest::sourceDir() + "/testing/pgcluster.sh restart " +
+                                          getenv("VLT_TEST_PG"));
+    ASSERT_EQ(r.status, 0) << r.err;
+    int16_t rc = rvkDeleteObj(h, RVK_DEL_BACKUP_ID, delInfo(mine[2]));
+    EXPECT_TRUE(rc == RVK_RC_OK || rc == RVK_RC_COMM_FAILURE) << rc;
+    uint16_t reason = 0;
+    EXPECT_EQ(rvkEndTxn(h, RVK_VOTE_COMMIT, &reason), RVK_RC_CHECK_REASON_CODE);
+    EXPECT_EQ(reason, RVK_RC_REPOSITORY_ERROR);
+    // The session stays usable for what needs no server: it can end.
+    EXPECT_EQ(rvkBeginTxn(h), RVK_RC_COMM_FAILURE);
+    EXPECT_EQ(rvkTerminate(h), RVK_RC_OK);
+    EXPECT_EQ(repo.count("node1"), 5u);
+    EXPECT_EQ(deletions(repo, mine[0]), 0u);
+
+    // The next session works, and its deletions are kept.
+    ASSERT_EQ(logOn(&h, "node1", "pw-one"), RVK_RC_OK);
+    ASSERT_EQ(query(h, "/one", "*", "*").objects.size(), 5u);
+    EXPECT_EQ(deleteInTxn(h, {mine[0], mine[1], mine[2]}, RVK_VOTE_COMMIT, &reason), RVK_RC_OK);
+    EXPECT_EQ(rvkTerminate(h), RVK_RC_OK);
+    EXPECT_EQ(repo.count("node1"), 2u);
+    EXPECT_EQ(deletions(repo, mine[0]), 1u);
 }
 
 }  // namespace
