@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -58,6 +59,39 @@ class Pg : public ::testing::Test {
     std::vector<std::string> asNode(const std::string& node, const std::string& pw,
                                     const std::string& sql) {
         return pgSql(repo.database(), sql, role(node), pw);
+    }
+
+    // A session of NODE1 reads its objects and deletes two in a transaction;
+    // then `cut` takes its connection away. The loss shows at the next
+    // deletion or at the latest at the commit (the deletions are held
+    // back), nothing of the transaction is kept, and the next session works.
+    void interruptTransaction(const std::function<void()>& cut) {
+        uint32_t h = 0;
+        ASSERT_EQ(logOn(&h, "node1", "pw-one"), RVK_RC_OK);
+        auto mine = ids(query(h, "/one", "*", "*"));
+        ASSERT_EQ(mine.size(), 5u);
+        ASSERT_EQ(rvkBeginTxn(h), RVK_RC_OK);
+        ASSERT_EQ(rvkDeleteObj(h, RVK_DEL_BACKUP_ID, delInfo(mine[0])), RVK_RC_OK);
+        ASSERT_EQ(rvkDeleteObj(h, RVK_DEL_BACKUP_ID, delInfo(mine[1])), RVK_RC_OK);
+        cut();
+        int16_t rc = rvkDeleteObj(h, RVK_DEL_BACKUP_ID, delInfo(mine[2]));
+        EXPECT_TRUE(rc == RVK_RC_OK || rc == RVK_RC_COMM_FAILURE) << rc;
+        uint16_t reason = 0;
+        EXPECT_EQ(rvkEndTxn(h, RVK_VOTE_COMMIT, &reason), RVK_RC_CHECK_REASON_CODE);
+        // A reason is unsigned: a negative code is reported as a repository
+        // error.
+        EXPECT_EQ(reason, RVK_RC_REPOSITORY_ERROR);
+        EXPECT_EQ(rvkBeginTxn(h), RVK_RC_COMM_FAILURE);
+        EXPECT_EQ(rvkTerminate(h), RVK_RC_OK);
+        EXPECT_EQ(repo.count("node1"), 5u);
+        EXPECT_EQ(deletions(repo, mine[0]), 0u);
+
+        ASSERT_EQ(logOn(&h, "node1", "pw-one"), RVK_RC_OK);
+        ASSERT_EQ(query(h, "/one", "*", "*").objects.size(), 5u);
+        EXPECT_EQ(deleteInTxn(h, {mine[0], mine[1], mine[2]}, RVK_VOTE_COMMIT, &reason), RVK_RC_OK);
+        EXPECT_EQ(rvkTerminate(h), RVK_RC_OK);
+        EXPECT_EQ(repo.count("node1"), 2u);
+        EXPECT_EQ(deletions(repo, mine[0]), 1u);
     }
 
     Repo repo;
@@ -171,32 +205,13 @@ TEST_F(Pg, NodesWorkSideBySideAndOneNodesDeletersTakeTurns) {
 }
 
 TEST_F(Pg, ALostConnectionLeavesNothingHalfDone) {
-    uint32_t h = 0;
-    ASSERT_EQ(logOn(&h, "node1", "pw-one"), RVK_RC_OK);
-    auto mine = ids(query(h, "/one", "*", "*"));
-    ASSERT_EQ(mine.size(), 5u);
-    ASSERT_EQ(rvkBeginTxn(h), RVK_RC_OK);
-    ASSERT_EQ(rvkDeleteObj(h, RVK_DEL_BACKUP_ID, delInfo(mine[0])), RVK_RC_OK);
-    auto killed = pgSql(repo.database(),
-                        "SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE usename = '" +
-                            role("NODE1") + "'");
-    ASSERT_EQ(killed, std::vector<std::string>{"t"});
-    // The deletion is held back: the loss shows at the call, or at the
-    // latest at the commit.
-    int16_t rc = rvkDeleteObj(h, RVK_DEL_BACKUP_ID, delInfo(mine[1]));
-    EXPECT_TRUE(rc == RVK_RC_OK || rc == RVK_RC_COMM_FAILURE) << rc;
-    uint16_t reason = 0;
-    EXPECT_EQ(rvkEndTxn(h, RVK_VOTE_COMMIT, &reason), RVK_RC_CHECK_REASON_CODE);
-    // A reason is unsigned: a negative code is reported as a repository error.
-    EXPECT_EQ(reason, RVK_RC_REPOSITORY_ERROR);
-    EXPECT_EQ(repo.count("node1"), 5u);
-    EXPECT_EQ(deletions(repo, mine[0]), 0u);
-    EXPECT_EQ(rvkTerminate(h), RVK_RC_OK);
-
-    // The next session works.
-    ASSERT_EQ(logOn(&h, "node1", "pw-one"), RVK_RC_OK);
-    EXPECT_EQ(deleteInTxn(h, {mine[0], mine[1]}, RVK_VOTE_COMMIT, &reason), RVK_RC_OK);
-    EXPECT_EQ(repo.count("node1"), 3u);
+    interruptTransaction([&] {
+        auto killed = pgSql(repo.database(),
+                            "SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE "
+                            "usename = '" +
+                                role("NODE1") + "'");
+        ASSERT_EQ(killed, std::vector<std::string>{"t"});
+    });
 }
 
 // Runs alone (its own CTest entry, RUN_SERIAL): it restarts the cluster
@@ -204,34 +219,11 @@ TEST_F(Pg, ALostConnectionLeavesNothingHalfDone) {
 class PgRestart : public Pg {};
 
 TEST_F(PgRestart, InTheMiddleOfATransactionLeavesNothingHalfDone) {
-    uint32_t h = 0;
-    ASSERT_EQ(logOn(&h, "node1", "pw-one"), RVK_RC_OK);
-    auto mine = ids(query(h, "/one", "*", "*"));
-    ASSERT_EQ(mine.size(), 5u);
-    ASSERT_EQ(rvkBeginTxn(h), RVK_RC_OK);
-    ASSERT_EQ(rvkDeleteObj(h, RVK_DEL_BACKUP_ID, delInfo(mine[0])), RVK_RC_OK);
-    ASSERT_EQ(rvkDeleteObj(h, RVK_DEL_BACKUP_ID, delInfo(mine[1])), RVK_RC_OK);
-    zebotest::RunResult r = zebotest::run(zebotest::sourceDir() + "/testing/pgcluster.sh restart " +
-                                          getenv("VLT_TEST_PG"));
-    ASSERT_EQ(r.status, 0) << r.err;
-    int16_t rc = rvkDeleteObj(h, RVK_DEL_BACKUP_ID, delInfo(mine[2]));
-    EXPECT_TRUE(rc == RVK_RC_OK || rc == RVK_RC_COMM_FAILURE) << rc;
-    uint16_t reason = 0;
-    EXPECT_EQ(rvkEndTxn(h, RVK_VOTE_COMMIT, &reason), RVK_RC_CHECK_REASON_CODE);
-    EXPECT_EQ(reason, RVK_RC_REPOSITORY_ERROR);
-    // The session stays usable for what needs no server: it can end.
-    EXPECT_EQ(rvkBeginTxn(h), RVK_RC_COMM_FAILURE);
-    EXPECT_EQ(rvkTerminate(h), RVK_RC_OK);
-    EXPECT_EQ(repo.count("node1"), 5u);
-    EXPECT_EQ(deletions(repo, mine[0]), 0u);
-
-    // The next session works, and its deletions are kept.
-    ASSERT_EQ(logOn(&h, "node1", "pw-one"), RVK_RC_OK);
-    ASSERT_EQ(query(h, "/one", "*", "*").objects.size(), 5u);
-    EXPECT_EQ(deleteInTxn(h, {mine[0], mine[1], mine[2]}, RVK_VOTE_COMMIT, &reason), RVK_RC_OK);
-    EXPECT_EQ(rvkTerminate(h), RVK_RC_OK);
-    EXPECT_EQ(repo.count("node1"), 2u);
-    EXPECT_EQ(deletions(repo, mine[0]), 1u);
+    interruptTransaction([] {
+        zebotest::RunResult r = zebotest::run(
+            zebotest::sourceDir() + "/testing/pgcluster.sh restart " + getenv("VLT_TEST_PG"));
+        ASSERT_EQ(r.status, 0) << r.err;
+    });
 }
 
 }  // namespace
