@@ -193,8 +193,8 @@ class Store {
     // one round trip.
     virtual Rc deleteNodeObject(int64_t nodeId, uint64_t id, ObjectRecord& o, bool& found);
     // Deletes object `id` of node `nodeId` later in the open transaction,
-    // where the store can: the deletion goes to the server without waiting
-    // for its answer, and the commit collects the answers. A deletion that
+    // where the store can: it may hold the deletion back, send it with
+    // others, and read the answer at the commit at the latest. A deletion that
     // finds nothing there (another session took the object meanwhile) makes
     // the commit fail with RVK_RC_OBJ_NOT_FOUND and roll back. `log` is the
     // activity-log row to write with it; the object's file space, high- and
