@@ -101,6 +101,19 @@ extern "C" int16_t rvkDeleteObj(uint32_t handle, uint8_t delType, rvkDelInfo del
     if (!ss.node.backDel) return failTxn(ss, RVK_RC_DELETE_NOT_ALLOWED);
     if (Rc rc = beginTxnOperation(ss)) return rc;
     uint64_t id = (static_cast<uint64_t>(delInfo.objIdHi) << 32) | delInfo.objIdLo;
+    ActLogRecord a;
+    a.date = nowDate();
+    a.node = ss.node.name;
+    a.severity = RVK_SEV_INFO;
+    a.msgId = "DELETE";
+    a.text = "Deleted backup object " + std::to_string(id) + " ";
+    a.objId = id;
+    // An object this session has seen in a query may be deleted without
+    // waiting for the server's answer; the commit then collects it.
+    bool queued = false;
+    if (Rc rc = ss.store->queueNodeObjectDeletion(ss.node.id, id, a, queued))
+        return failTxn(ss, storeFailure(ss, rc, "delete"));
+    if (queued) return RVK_RC_OK;
     ObjectRecord o;
     bool found = false;
     if (Rc rc = ss.store->deleteNodeObject(ss.node.id, id, o, found))
@@ -112,13 +125,7 @@ extern "C" int16_t rvkDeleteObj(uint32_t handle, uint8_t delType, rvkDelInfo del
                   " is not an object of this node");
         return failTxn(ss, RVK_RC_OBJ_NOT_FOUND);
     }
-    ActLogRecord a;
-    a.date = nowDate();
-    a.node = ss.node.name;
-    a.severity = RVK_SEV_INFO;
-    a.msgId = "DELETE";
-    a.text = "Deleted backup object " + std::to_string(id) + " " + fsName(ss, o.fsId) + o.hl + o.ll;
-    a.objId = id;
+    a.text += fsName(ss, o.fsId) + o.hl + o.ll;
     if (Rc rc = ss.store->appendActLog(a))
         return failTxn(ss, storeFailure(ss, rc, "delete: activity log"));
     return RVK_RC_OK;

@@ -2,12 +2,16 @@
 // through the public header and the program's query cursor, like the
 // program.
 //   vltapi_bench query OPTFILE NODE PASSWORD    iterate every active object
-//   vltapi_bench delete OPTFILE NODE PASSWORD   delete the object ids read from
+//   vltapi_bench delete OPTFILE NODE PASSWORD   query every active object, as the
+//                                               program does before it deletes, then
+//                                               delete the object ids read from
 //                                               standard input (one per line) in
-//                                               transactions of the server maximum
+//                                               transactions of the server maximum;
+//                                               says how long the deletion took
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <time.h>
 
 #include <string>
 #include <vector>
@@ -63,7 +67,14 @@ int query(uint32_t h) {
     return 0;
 }
 
+double seconds() {
+    timespec t;
+    clock_gettime(CLOCK_MONOTONIC, &t);
+    return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) / 1e9;
+}
+
 int remove(uint32_t h) {
+    if (int rc = query(h)) return rc;
     rvkSessInfo info;
     memset(&info, 0, sizeof info);
     info.stVersion = RVK_SESSINFO_VERSION;
@@ -72,6 +83,7 @@ int remove(uint32_t h) {
     char line[64];
     while (fgets(line, sizeof line, stdin)) ids.push_back(strtoull(line, nullptr, 10));
     size_t done = 0, txns = 0;
+    double start = seconds();
     while (done < ids.size()) {
         if (int16_t rc = rvkBeginTxn(h)) return fail("rvkBeginTxn", rc);
         size_t end = done + info.maxObjPerTxn < ids.size() ? done + info.maxObjPerTxn : ids.size();
@@ -87,8 +99,8 @@ int remove(uint32_t h) {
             return fail("rvkEndTxn", rc ? rc : reason);
         ++txns;
     }
-    printf("deleted %zu objects in %zu transactions of at most %u\n", ids.size(), txns,
-           info.maxObjPerTxn);
+    printf("deleted %zu objects in %zu transactions of at most %u; the deletion took %.2f s\n",
+           ids.size(), txns, info.maxObjPerTxn, seconds() - start);
     return 0;
 }
 

@@ -733,7 +733,11 @@ RVK_EXPORT int16_t rvkBeginTxn(uint32_t handle);
    RVK_RC_NOT_SUPPORTED (archive), RVK_RC_INVALID_ARGUMENT,
    RVK_RC_WRONG_STATE (no transaction), RVK_RC_BAD_STVERSION,
    RVK_RC_SERVER_BUSY, RVK_RC_REPOSITORY_ERROR.
-   Any failure inside a transaction dooms it (see rvkEndTxn). */
+   Any failure inside a transaction dooms it (see rvkEndTxn).
+   On a database server, the deletion of an object that this session's own
+   queries returned is confirmed at the commit: when another session
+   deleted the object meanwhile, rvkEndTxn gives RVK_RC_CHECK_REASON_CODE
+   with reason RVK_RC_OBJ_NOT_FOUND and keeps nothing. */
 RVK_EXPORT int16_t rvkDeleteObj(uint32_t handle, uint8_t delType, rvkDelInfo delInfo);
 
 /* Ends the transaction.
