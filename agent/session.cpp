@@ -155,47 +155,36 @@ int zeboLogOn(AgentContext* context, char* password, uint32_t* handle, const cha
     return rc;
 }
 
-int16_t zeboSession(AgentContext* context) {
-    static const char kName[] = "zeboSession()";
-    TRACE(TR_ORCLEVEL1, " %s: Enter\n", kName);
+namespace {
+
+const char kSessionName[] = "zeboSession()";
+
+// The node's password from the password file, unless the API finds the
+// node itself; then the password stays empty.
+int16_t sessionPassword(AgentContext* context, char* password, size_t size) {
+    if (context->nodeFromApi != 0) return 0;
+    int16_t rc = psReadPswd(password, context);
+    if (rc != 0) {
+        explicit_bzero(password, size);
+        TRACE(TR_ORCLEVEL0, " %s: Exit psReadPswd() failed. rvkHandle = %d, rc = %d\n\n",
+              kSessionName, context->rvkHandle, rc);
+    }
+    return rc;
+}
+
+// The session's options serve only the trace: a failure to read them is
+// reported, and the session goes on.
+void traceSessOptions(AgentContext* context, uint32_t handle) {
     rvkSessOptions sessOptions;
-    rvkSessInfo sessInfo;
     memset(&sessOptions, 0, sizeof sessOptions);
-    memset(&sessInfo, 0, sizeof sessInfo);
-    char password[RVK_PASSWORD_MAX + 1];
-    memset(password, 0, sizeof password);
-
-    if (context->nodeFromApi == 0) {
-        int16_t rc = psReadPswd(password, context);
-        if (rc != 0) {
-            explicit_bzero(password, sizeof password);
-            TRACE(TR_ORCLEVEL0, " %s: Exit psReadPswd() failed. rvkHandle = %d, rc = %d\n\n", kName,
-                  context->rvkHandle, rc);
-            return rc;
-        }
-    }
-
-    uint32_t handle = 0;
-    int rc = zeboLogOn(context, password, &handle, kName);
-    explicit_bzero(password, sizeof password);
-
-    if (rc != 0) {
-        context->apiCleanUpDue = 1;
-        reportApiFailure(kName, handle, rc, context->errorText);
-        TRACE(TR_ORCLEVEL0, " %s: Exit - rvkInit() failed, rvkHandle = %d rc       : %d\n\n", kName,
-              handle, rc);
-        return static_cast<int16_t>(rc);
-    }
-    context->rvkHandle = handle;
-
-    TRACE(TR_ORCLEVEL2, " %s: Calling RVKQUERYSESSOPTIONS(). rvkHandle = %d\n", kName, handle);
+    TRACE(TR_ORCLEVEL2, " %s: Calling RVKQUERYSESSOPTIONS(). rvkHandle = %d\n", kSessionName,
+          handle);
     sessOptions.stVersion = RVK_SESSOPTIONS_VERSION;
-    rc = gRvkApiObjP->drvkQuerySessOptions(RvkApiStatusObjP, handle, &sessOptions);
+    int rc = gRvkApiObjP->drvkQuerySessOptions(RvkApiStatusObjP, handle, &sessOptions);
     if (rc != 0) {
-        // Only the dump below needs the options; the session is usable.
-        reportApiFailure(kName, handle, rc, context->errorText);
-        TRACE(TR_ORCLEVEL2, " %s: RVKQUERYSESSOPTIONS() failed. rvkHandle = %d, rc = %d\n", kName,
-              handle, rc);
+        reportApiFailure(kSessionName, handle, rc, context->errorText);
+        TRACE(TR_ORCLEVEL2, " %s: RVKQUERYSESSOPTIONS() failed. rvkHandle = %d, rc = %d\n",
+              kSessionName, handle, rc);
     }
     // The heading names the next call although the values are the options';
     // trace readers search for it as it stands.
@@ -203,15 +192,22 @@ int16_t zeboSession(AgentContext* context) {
           " %s: Calling RVKQUERYSESSINFO().\n rvkHandle      = %d\n RVKI_CONFIG    = %s\n"
           " Server Name    = %s\n Server Address = %s\n Node Name      = %s\n"
           " Compression    = %d\n PW Access      = %d\n\n",
-          kName, handle, sessOptions.optFile, sessOptions.serverName, sessOptions.serverAddress,
-          sessOptions.nodeName, sessOptions.compression, sessOptions.passwordAccess);
+          kSessionName, handle, sessOptions.optFile, sessOptions.serverName,
+          sessOptions.serverAddress, sessOptions.nodeName, sessOptions.compression,
+          sessOptions.passwordAccess);
+}
 
+// The server's limit of objects per transaction, from the session
+// information.
+int16_t readSessInfo(AgentContext* context, uint32_t handle) {
+    rvkSessInfo sessInfo;
+    memset(&sessInfo, 0, sizeof sessInfo);
     sessInfo.stVersion = RVK_SESSINFO_VERSION;
-    rc = gRvkApiObjP->drvkQuerySessInfo(RvkApiStatusObjP, handle, &sessInfo);
+    int rc = gRvkApiObjP->drvkQuerySessInfo(RvkApiStatusObjP, handle, &sessInfo);
     if (rc != 0) {
-        reportApiFailure(kName, handle, rc, context->errorText);
+        reportApiFailure(kSessionName, handle, rc, context->errorText);
         TRACE(TR_ORCLEVEL0, " Exit %s: RVKQUERYSESSINFO() failed, rvkHandle = %d, rc = %d\n\n",
-              kName, handle, rc);
+              kSessionName, handle, rc);
         return static_cast<int16_t>(rc);
     }
     context->maxObjPerTxn = sessInfo.maxObjPerTxn;
@@ -220,10 +216,34 @@ int16_t zeboSession(AgentContext* context) {
           " Server Type       = %s\n Server Level      = %d.%d.%d.%d\n"
           " Delete Permission = %s\n Max Obj Per Txn   = %d\n Domain Name       = %s\n"
           " Policy Set Name   = %s\n\n",
-          kName, handle, sessInfo.serverHost, sessInfo.serverPort, sessInfo.serverType,
+          kSessionName, handle, sessInfo.serverHost, sessInfo.serverPort, sessInfo.serverType,
           sessInfo.serverVer, sessInfo.serverRel, sessInfo.serverLev, sessInfo.serverSubLev,
           sessInfo.archDel == 1 ? "YES" : "NO", sessInfo.maxObjPerTxn, sessInfo.domainName,
           sessInfo.policySetName);
-    TRACE(TR_ORCLEVEL1, " %s: Exit - OK\n\n", kName);
+    return 0;
+}
+
+}  // namespace
+
+int16_t zeboSession(AgentContext* context) {
+    TRACE(TR_ORCLEVEL1, " %s: Enter\n", kSessionName);
+    char password[RVK_PASSWORD_MAX + 1];
+    memset(password, 0, sizeof password);
+    if (int16_t rc = sessionPassword(context, password, sizeof password)) return rc;
+
+    uint32_t handle = 0;
+    int rc = zeboLogOn(context, password, &handle, kSessionName);
+    explicit_bzero(password, sizeof password);
+    if (rc != 0) {
+        context->apiCleanUpDue = 1;
+        reportApiFailure(kSessionName, handle, rc, context->errorText);
+        TRACE(TR_ORCLEVEL0, " %s: Exit - rvkInit() failed, rvkHandle = %d rc       : %d\n\n",
+              kSessionName, handle, rc);
+        return static_cast<int16_t>(rc);
+    }
+    context->rvkHandle = handle;
+    traceSessOptions(context, handle);
+    if (int16_t infoRc = readSessInfo(context, handle)) return infoRc;
+    TRACE(TR_ORCLEVEL1, " %s: Exit - OK\n\n", kSessionName);
     return 0;
 }
