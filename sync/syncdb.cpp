@@ -15,7 +15,7 @@
 #include "catalogs/zebo_names.h"
 #include "common/nls/nls.h"
 #include "common/unx/nlsdate.h"
-#include "common/unx/nlsseam.h"
+#include "common/unx/psenv.h"
 #include "common/ut/trace.h"
 #include "sync/apireport.h"
 #include "sync/btree.h"
@@ -137,7 +137,7 @@ bool makeTempName(const char* prefix, std::string* name) {
 
 double secondsSince(const struct timespec& start) {
     struct timespec now;
-    nlClockSeam(&now);
+    psClock(&now);
     return static_cast<double>(now.tv_sec - start.tv_sec) +
            static_cast<double>(now.tv_nsec - start.tv_nsec) / 1e9;
 }
@@ -281,7 +281,7 @@ int16_t makeTempNames(AgentContext* context, std::string* scriptPath, std::strin
 int16_t listOrphans(const nlDateTime& from, const nlDateTime& to, AgentContext* context,
                     SyncList* syncList, BTree* index, UtReport* report, unsigned long* examined) {
     struct timespec start;
-    nlClockSeam(&start);
+    psClock(&start);
     int16_t rc = utGetPickList(&from, &to, context, syncList, index, examined);
     TRACE(TR_ORCLEVEL1 || TR_PERFORMANCE, " %s: Server query and matching: %.3f s, %u orphans\n",
           fn, secondsSince(start), syncList->getCount());
@@ -338,7 +338,7 @@ int16_t zeboSyncVltToRman(AgentContext* context, ZeboCmdOptions* options) {
     nlMsg(MSG_QUERYING_CATALOG);
 
     struct timespec start;
-    nlClockSeam(&start);
+    psClock(&start);
     unsigned long handles = 0;
     rc = loadCatalogs(context, &catalogs, scriptPath, spoolBase, from, to, index, &handles);
     if (rc != 0) return rc;

@@ -7,6 +7,10 @@
 #ifndef ZEBO_TESTING_SEAM_H
 #define ZEBO_TESTING_SEAM_H
 
+#include <time.h>
+
+#include "common/unx/psenv.h"
+
 namespace zebotest {
 
 template <typename T>
@@ -20,6 +24,22 @@ class ScopedSeam {
   private:
     T& seam_;
     T saved_;
+};
+
+// Holds the program's clock at one instant while it lives.
+class FixedClock {
+  public:
+    explicit FixedClock(time_t secs, long nanos = 0) : seam_(psClock, report) {
+        instant() = {secs, nanos};
+    }
+
+  private:
+    static struct timespec& instant() {
+        static struct timespec t;
+        return t;
+    }
+    static void report(struct timespec* now) { *now = instant(); }
+    ScopedSeam<PsClockFn> seam_;
 };
 
 }  // namespace zebotest
