@@ -89,7 +89,7 @@ TEST(LinkedListTest, FreeAllAndAFailedAddLeaveTheListWhole) {
     ASSERT_EQ(list.addTail(record(4)), 0);
     // No node for the second record: the list stays as it was.
     {
-        zebotest::ScopedSeam<void* (*)(size_t)> noMemory(llNodeAllocate, refuse);
+        zebotest::ScopedSeam<void* (*)(size_t)> noMemory(psAllocator.mallocFn, refuse);
         EXPECT_EQ(list.addTail(record(5)), LL_NO_MEMORY);
     }
     expectSame(list, {4});

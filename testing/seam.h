@@ -3,7 +3,7 @@
 // fake in and the old value back when it goes out of scope, also when an
 // ASSERT leaves the test early, so that no fake leaks into the next test.
 //
-//   zebotest::ScopedSeam<void* (*)(size_t)> noMemory(llNodeAllocate, refuse);
+//   zebotest::ScopedSeam<void* (*)(size_t)> noMemory(psAllocator.mallocFn, refuse);
 #ifndef ZEBO_TESTING_SEAM_H
 #define ZEBO_TESTING_SEAM_H
 
