@@ -28,11 +28,9 @@ enum nlDecodeStatus {
     NL_DECODE_NO_MEMORY,
 };
 
-// Parses `text` into a fresh NLSMsg (allocated with nlMsgAlloc, links null).
+// Parses `text` into a fresh NLSMsg (allocated with psAllocator, links
+// null; released with its freeFn).
 nlDecodeStatus nlDecodeCatalogText(unsigned number, const char* text, NLSMsg** out);
-
-// The allocator of parsed messages (malloc); tests make it fail.
-extern void* (*nlMsgAlloc)(size_t size);
 
 // Where the form byte of a stored body starts: after the nine-character
 // prefix for K I W E S, at 0 otherwise.
