@@ -172,6 +172,13 @@ int16_t sessionPassword(AgentContext* context, char* password, size_t size) {
     return rc;
 }
 
+// Reports a failed query of the session; false for rc 0.
+bool queryFailed(AgentContext* context, uint32_t handle, int rc) {
+    if (rc == 0) return false;
+    reportApiFailure(kSessionName, handle, rc, context->errorText);
+    return true;
+}
+
 // The session's options serve only the trace: a failure to read them is
 // reported, and the session goes on.
 void traceSessOptions(AgentContext* context, uint32_t handle) {
@@ -181,11 +188,9 @@ void traceSessOptions(AgentContext* context, uint32_t handle) {
           handle);
     sessOptions.stVersion = RVK_SESSOPTIONS_VERSION;
     int rc = gRvkApiObjP->drvkQuerySessOptions(RvkApiStatusObjP, handle, &sessOptions);
-    if (rc != 0) {
-        reportApiFailure(kSessionName, handle, rc, context->errorText);
+    if (queryFailed(context, handle, rc))
         TRACE(TR_ORCLEVEL2, " %s: RVKQUERYSESSOPTIONS() failed. rvkHandle = %d, rc = %d\n",
               kSessionName, handle, rc);
-    }
     // The heading names the next call although the values are the options';
     // trace readers search for it as it stands.
     TRACE(TR_ORCLEVEL2,
@@ -204,8 +209,7 @@ int16_t readSessInfo(AgentContext* context, uint32_t handle) {
     memset(&sessInfo, 0, sizeof sessInfo);
     sessInfo.stVersion = RVK_SESSINFO_VERSION;
     int rc = gRvkApiObjP->drvkQuerySessInfo(RvkApiStatusObjP, handle, &sessInfo);
-    if (rc != 0) {
-        reportApiFailure(kSessionName, handle, rc, context->errorText);
+    if (queryFailed(context, handle, rc)) {
         TRACE(TR_ORCLEVEL0, " Exit %s: RVKQUERYSESSINFO() failed, rvkHandle = %d, rc = %d\n\n",
               kSessionName, handle, rc);
         return static_cast<int16_t>(rc);

@@ -134,18 +134,20 @@ int initEx(LogonRun& run, const char* fn, const char* optFileP, char* szOptions)
     buildVersion.stVersion = RVK_APIVERSIONEX_VERSION;
     buildVersion.version = 5;
     buildVersion.release = 5;
-    rvkInitExIn in;
+    char appType[] = "ZEBO Linux86";
+    // No owner and no user name: the node logs on for itself.
+    rvkInitExIn in = {RVK_INITEXIN_VERSION,
+                      &buildVersion,
+                      run.node,
+                      nullptr,
+                      run.password,
+                      nullptr,
+                      nullptr,
+                      appType,
+                      const_cast<char*>(optFileP),
+                      szOptions};
     rvkInitExOut out;
-    memset(&in, 0, sizeof in);
     memset(&out, 0, sizeof out);
-    in.stVersion = RVK_INITEXIN_VERSION;
-    in.apiVersionEx = &buildVersion;
-    in.nodeName = run.node;
-    in.ownerName = nullptr;
-    in.password = run.password;
-    in.appType = const_cast<char*>("ZEBO Linux86");
-    in.optFile = const_cast<char*>(optFileP);
-    in.options = szOptions;
     out.stVersion = RVK_INITEXOUT_VERSION;
     TRACE(TR_API,
           "Calling RVKINITEX()...\n  apiBuildVersionEx : %d.%d.%d.%d.%d\n  nodeNameP         : "

@@ -161,14 +161,16 @@ extern "C" int16_t rvkInit(uint32_t* handle, rvkApiVersion* clientVersion, char*
     *handle = 0;
     if (clientVersion && clientVersion->stVersion != RVK_APIVERSION_VERSION)
         return RVK_RC_BAD_STVERSION;
-    rvkInitExIn in;
-    memset(&in, 0, sizeof in);
-    in.nodeName = nodeName;
-    in.ownerName = ownerName;
-    in.password = password;
-    in.appType = appType;
-    in.optFile = optFile;
-    in.options = options;
+    rvkInitExIn in = {RVK_INITEXIN_VERSION,
+                      nullptr,
+                      nodeName,
+                      ownerName,
+                      password,
+                      nullptr,
+                      nullptr,
+                      appType,
+                      optFile,
+                      options};
     return logOn(handle, in, nullptr);
 }
 
