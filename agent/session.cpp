@@ -80,9 +80,7 @@ int16_t psDoRvkSetUp(AgentContext* context) {
         madeTemp = true;
     }
 
-    rvkEnvSetUp envSetUp;
-    memset(&envSetUp, 0, sizeof envSetUp);
-    envSetUp.stVersion = RVK_ENVSETUP_VERSION;
+    auto envSetUp = rvkRecord<rvkEnvSetUp>(RVK_ENVSETUP_VERSION);
     envSetUp.incExclCaseSensitive = RVK_FALSE;
     copyField(envSetUp.apiDir, sizeof envSetUp.apiDir, context->optValue[OPT_RVKI_DIR]);
     copyField(envSetUp.optFile, sizeof envSetUp.optFile, context->optValue[OPT_RVKI_ORC_CONFIG]);
@@ -116,30 +114,21 @@ int16_t psDoRvkSetUp(AgentContext* context) {
 }
 
 int zeboLogOn(AgentContext* context, char* password, uint32_t* handle, const char* caller) {
-    rvkApiVersionEx apiVersion;
-    rvkInitExIn initIn;
-    rvkInitExOut initOut;
-    memset(&apiVersion, 0, sizeof apiVersion);
-    memset(&initIn, 0, sizeof initIn);
-    memset(&initOut, 0, sizeof initOut);
-    apiVersion.stVersion = RVK_APIVERSIONEX_VERSION;
-    apiVersion.version = 5;
-    apiVersion.release = 5;
-    apiVersion.level = 0;
-    apiVersion.subLevel = 0;
+    rvkApiVersionEx apiVersion = drvkBuildVersion();
     char appType[sizeof kAppType];
     memcpy(appType, kAppType, sizeof kAppType);
-    initIn.stVersion = RVK_INITEXIN_VERSION;
-    initIn.apiVersionEx = &apiVersion;
-    initIn.nodeName = context->optValue[OPT_ZEBO_NODE];
-    initIn.ownerName = context->optValue[OPT_ZEBO_OWNER];
-    initIn.password = password;
-    initIn.userName = nullptr;
-    initIn.userPassword = nullptr;
-    initIn.appType = appType;
-    initIn.optFile = context->optValue[OPT_RVKI_ORC_CONFIG];
-    initIn.options = nullptr;
-    initOut.stVersion = RVK_INITEXOUT_VERSION;
+    // No user name and no options of the call's own.
+    rvkInitExIn initIn = {RVK_INITEXIN_VERSION,
+                          &apiVersion,
+                          context->optValue[OPT_ZEBO_NODE],
+                          context->optValue[OPT_ZEBO_OWNER],
+                          password,
+                          nullptr,
+                          nullptr,
+                          appType,
+                          context->optValue[OPT_RVKI_ORC_CONFIG],
+                          nullptr};
+    auto initOut = rvkRecord<rvkInitExOut>(RVK_INITEXOUT_VERSION);
 
     // The server answers -50 while it cannot be reached; a few immediate
     // attempts ride out a repository that is briefly busy being opened.
@@ -182,11 +171,9 @@ bool queryFailed(AgentContext* context, uint32_t handle, int rc) {
 // The session's options serve only the trace: a failure to read them is
 // reported, and the session goes on.
 void traceSessOptions(AgentContext* context, uint32_t handle) {
-    rvkSessOptions sessOptions;
-    memset(&sessOptions, 0, sizeof sessOptions);
+    auto sessOptions = rvkRecord<rvkSessOptions>(RVK_SESSOPTIONS_VERSION);
     TRACE(TR_ORCLEVEL2, " %s: Calling RVKQUERYSESSOPTIONS(). rvkHandle = %d\n", kSessionName,
           handle);
-    sessOptions.stVersion = RVK_SESSOPTIONS_VERSION;
     int rc = gRvkApiObjP->drvkQuerySessOptions(RvkApiStatusObjP, handle, &sessOptions);
     if (queryFailed(context, handle, rc))
         TRACE(TR_ORCLEVEL2, " %s: RVKQUERYSESSOPTIONS() failed. rvkHandle = %d, rc = %d\n",
@@ -205,9 +192,7 @@ void traceSessOptions(AgentContext* context, uint32_t handle) {
 // The server's limit of objects per transaction, from the session
 // information.
 int16_t readSessInfo(AgentContext* context, uint32_t handle) {
-    rvkSessInfo sessInfo;
-    memset(&sessInfo, 0, sizeof sessInfo);
-    sessInfo.stVersion = RVK_SESSINFO_VERSION;
+    auto sessInfo = rvkRecord<rvkSessInfo>(RVK_SESSINFO_VERSION);
     int rc = gRvkApiObjP->drvkQuerySessInfo(RvkApiStatusObjP, handle, &sessInfo);
     if (queryFailed(context, handle, rc)) {
         TRACE(TR_ORCLEVEL0, " Exit %s: RVKQUERYSESSINFO() failed, rvkHandle = %d, rc = %d\n\n",

@@ -92,9 +92,7 @@ void traceArguments(const char* fn, ApiStatusObj* statusP, rvkSessInfo* sessInfo
 
 // Whether the library keeps the password decides when to ask for one.
 int passwordAccess(DRvkApi* apiP, ApiStatusObj* statusP) {
-    rvkCliOptions cliOpts;
-    memset(&cliOpts, 0, sizeof cliOpts);
-    cliOpts.stVersion = RVK_CLIOPTIONS_VERSION;
+    auto cliOpts = rvkRecord<rvkCliOptions>(RVK_CLIOPTIONS_VERSION);
     apiP->drvkQueryCliOptions(statusP, &cliOpts);
     return cliOpts.passwordAccess;
 }
@@ -129,11 +127,7 @@ int askPassword(LogonRun& run, int reason, char* out) {
 
 // One RVKINITEX call with the run's node and password.
 int initEx(LogonRun& run, const char* fn, const char* optFileP, char* szOptions) {
-    rvkApiVersionEx buildVersion;
-    memset(&buildVersion, 0, sizeof buildVersion);
-    buildVersion.stVersion = RVK_APIVERSIONEX_VERSION;
-    buildVersion.version = 5;
-    buildVersion.release = 5;
+    rvkApiVersionEx buildVersion = drvkBuildVersion();
     char appType[] = "ZEBO Linux86";
     // No owner and no user name: the node logs on for itself.
     rvkInitExIn in = {RVK_INITEXIN_VERSION,
@@ -146,9 +140,7 @@ int initEx(LogonRun& run, const char* fn, const char* optFileP, char* szOptions)
                       appType,
                       const_cast<char*>(optFileP),
                       szOptions};
-    rvkInitExOut out;
-    memset(&out, 0, sizeof out);
-    out.stVersion = RVK_INITEXOUT_VERSION;
+    auto out = rvkRecord<rvkInitExOut>(RVK_INITEXOUT_VERSION);
     TRACE(TR_API,
           "Calling RVKINITEX()...\n  apiBuildVersionEx : %d.%d.%d.%d.%d\n  nodeNameP         : "
           "%#x\n  applicationType   : %s\n  optFileP          : %#x\n  szOptions         : %s\n",
