@@ -72,8 +72,7 @@ extern "C" int16_t rvkBeginGetData(uint32_t handle, uint8_t mountWait, uint8_t g
     if (Rc rc = s.rcIn(State::Idle)) return rc;
     if (getType == RVK_GET_ARCHIVE) return RVK_RC_NOT_SUPPORTED;
     if (getType != RVK_GET_BACKUP) return RVK_RC_INVALID_ARGUMENT;
-    if (!list) return RVK_RC_NULL_POINTER;
-    if (list->stVersion != RVK_GETLIST_VERSION) return RVK_RC_BAD_STVERSION;
+    if (Rc rc = checkRecord(list, RVK_GETLIST_VERSION)) return rc;
     if (list->numObjId == 0) return RVK_RC_INVALID_ARGUMENT;
     if (!list->objId) return RVK_RC_NULL_POINTER;
     GetState g;

@@ -238,8 +238,7 @@ extern "C" int16_t rvkQuerySessInfo(uint32_t handle, rvkSessInfo* info) {
     RVK_ENTRY(QuerySessInfo);
     SessionRef s(handle, true);
     if (s.rc()) return s.rc();
-    if (!info) return RVK_RC_NULL_POINTER;
-    if (info->stVersion != RVK_SESSINFO_VERSION) return RVK_RC_BAD_STVERSION;
+    if (Rc rc = checkRecord(info, RVK_SESSINFO_VERSION)) return rc;
     // Outside a transaction the settings are read afresh, so that a change
     // by the administrator shows at once.
     if (s->state == State::Idle) {
@@ -285,8 +284,7 @@ extern "C" int16_t rvkQuerySessOptions(uint32_t handle, rvkSessOptions* options)
     RVK_ENTRY(QuerySessOptions);
     SessionRef s(handle, true);
     if (s.rc()) return s.rc();
-    if (!options) return RVK_RC_NULL_POINTER;
-    if (options->stVersion != RVK_SESSOPTIONS_VERSION) return RVK_RC_BAD_STVERSION;
+    if (Rc rc = checkRecord(options, RVK_SESSOPTIONS_VERSION)) return rc;
     const Options& o = s->options;
     rvkSessOptions r;
     memset(&r, 0, sizeof r);
