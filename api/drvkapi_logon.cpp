@@ -69,7 +69,7 @@ struct RcText {
 };
 
 RcText rcText(const LogonRun& run, int rc) {
-    RcText text;
+    RcText text = {""};
     int len = 0;
     run.apiP->AgtRvkRCMsg(run.statusP, run.handle, rc, text.msg, sizeof text.msg, &len);
     return text;

@@ -16,7 +16,9 @@ namespace zebotest {
 template <typename T>
 class ScopedSeam {
   public:
-    ScopedSeam(T& seam, T replacement) : seam_(seam), saved_(seam) { seam_ = replacement; }
+    // Explicit although it takes two arguments: cppcheck reads a function
+    // pointer type T as one and asks for it.
+    explicit ScopedSeam(T& seam, T replacement) : seam_(seam), saved_(seam) { seam_ = replacement; }
     ~ScopedSeam() { seam_ = saved_; }
     ScopedSeam(const ScopedSeam&) = delete;
     ScopedSeam& operator=(const ScopedSeam&) = delete;
