@@ -3,7 +3,7 @@
 // fake in and the old value back when it goes out of scope, also when an
 // ASSERT leaves the test early, so that no fake leaks into the next test.
 //
-//   zebotest::ScopedSeam<void* (*)(size_t)> noMemory(psAllocator.mallocFn, refuse);
+//   zebotest::ScopedSeam<PsClockFn> clock(psClock, fakeClock);
 #ifndef ZEBO_TESTING_SEAM_H
 #define ZEBO_TESTING_SEAM_H
 
@@ -26,6 +26,26 @@ class ScopedSeam {
   private:
     T& seam_;
     T saved_;
+};
+
+// Makes the program's allocator refuse every block of one size (a list
+// node, say) while it lives; blocks of other sizes, such as the messages
+// that report the failure, are allocated as usual.
+class RefusedAllocation {
+  public:
+    explicit RefusedAllocation(size_t size) : seam_(psAllocator.mallocFn, refuse) {
+        refused() = size;
+    }
+
+  private:
+    static size_t& refused() {
+        static size_t size;
+        return size;
+    }
+    static void* refuse(size_t size) {
+        return size == refused() ? nullptr : psLibcAllocator.mallocFn(size);
+    }
+    ScopedSeam<void* (*)(size_t)> seam_;
 };
 
 // Holds the program's clock at one instant while it lives.
