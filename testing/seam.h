@@ -39,7 +39,7 @@ class RefusedAllocation {
 
   private:
     static size_t& refused() {
-        static size_t size;
+        static size_t size = 0;
         return size;
     }
     static void* refuse(size_t size) {
