@@ -1,11 +1,13 @@
 // The two operating-system effects that every layer of the program shares
 // and that tests replace: the wall clock and the heap. Each is one global
 // with the system's default; a test puts its own in for its duration with
-// zebotest::ScopedSeam (testing/seam.h), so a fixed time or a failing
-// allocation reaches every layer at once: the API call timing, the
-// instrumentation, dates and the trace's durations read psClock; the agent's
-// memory wrappers, the message buffers and the list nodes allocate through
-// psAllocator.
+// zebotest::ScopedSeam, FixedClock or RefusedAllocation (testing/seam.h), so
+// a fixed time or a failing allocation reaches every layer at once: the API
+// call timing, the instrumentation, dates and the trace's durations read
+// psClock; the agent's memory wrappers, the message buffers, parsed messages
+// and the list nodes allocate through psAllocator. (The progress line's
+// monotonic clock, sync/progress.h, measures intervals, not the time of day,
+// and stays its own.)
 //
 // Thread safety: plain globals, replaced only while no other thread reads
 // the clock or allocates (start-up, or a test body).
