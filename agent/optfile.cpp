@@ -83,6 +83,17 @@ bool splitKeyword(char* line, char* keyword, size_t keywordSize, const char** re
     return true;
 }
 
+// Reads on to the next line that holds a keyword (comments and blank lines
+// skipped) into `line`, and splits it as splitKeyword does; `keyword` has
+// room for a whole line. False at the end of the file.
+bool nextKeywordLine(FILE* file, int* lineCount, char* line, char* keyword, const char** rest) {
+    while (readPiece(file, line, lineCount)) {
+        if (isCommentOrBlank(line)) continue;
+        if (splitKeyword(line, keyword, ZEBO_OPT_LINE_MAX + 1, rest)) return true;
+    }
+    return false;
+}
+
 // Leading and trailing white space removed, every double quote dropped.
 void cleanValue(const char* raw, char* value, size_t size) {
     while (isspace(static_cast<unsigned char>(*raw))) ++raw;
@@ -139,11 +150,9 @@ int16_t zeboOpenOptFile(FILE** file, char* path, int* lineCount) {
 
 int16_t zeboParseOptFile(AgentContext* context, FILE* file, const char* path, int* lineCount) {
     char line[ZEBO_OPT_LINE_MAX + 1];
-    while (readPiece(file, line, lineCount)) {
-        if (isCommentOrBlank(line)) continue;
-        char keyword[ZEBO_OPT_LINE_MAX + 1];
-        const char* rest = nullptr;
-        if (!splitKeyword(line, keyword, sizeof keyword, &rest)) continue;
+    char keyword[ZEBO_OPT_LINE_MAX + 1];
+    const char* rest = nullptr;
+    while (nextKeywordLine(file, lineCount, line, keyword, &rest)) {
         int slot = keywordSlot(keyword);
         if (slot < 0) {
             TRACE(TR_ORCLEVEL0, " %s: unknown keyword '%s' in line %d\n", "zeboParseOptFile()",
@@ -191,11 +200,9 @@ void zeboCheckFS(AgentContext* context) {
 int zeboGetOptValue(FILE* file, const char* keyword, char* value, size_t size) {
     rewind(file);
     char line[ZEBO_OPT_LINE_MAX + 1];
-    while (readPiece(file, line, nullptr)) {
-        if (isCommentOrBlank(line)) continue;
-        char found[ZEBO_OPT_LINE_MAX + 1];
-        const char* rest = nullptr;
-        if (!splitKeyword(line, found, sizeof found, &rest)) continue;
+    char found[ZEBO_OPT_LINE_MAX + 1];
+    const char* rest = nullptr;
+    while (nextKeywordLine(file, nullptr, line, found, &rest)) {
         if (strcmp(found, keyword) != 0) continue;
         // Nothing after the keyword's delimiter is no value, as in the parser.
         if (!rest || *rest == '\0') return -1;

@@ -114,9 +114,7 @@ int DRvkApi::Init(ApiStatusObj* statusP, int* reasonP) {
         TRACE(TR_API, "rvkSetUp already done\n");
         return 0;
     }
-    rvkEnvSetUp env;
-    memset(&env, 0, sizeof env);
-    env.stVersion = RVK_ENVSETUP_VERSION;
+    auto env = rvkRecord<rvkEnvSetUp>(RVK_ENVSETUP_VERSION);
 
     int rc = psGetKORUApiDir(env.apiDir, sizeof env.apiDir);
     if (rc != 0) {

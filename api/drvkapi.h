@@ -24,6 +24,7 @@
 #define ZEBO_API_DRVKAPI_H
 
 #include <stdint.h>
+#include <string.h>
 
 #include "api/dbaseapi.h"
 #include "vltapi/include/rvkapi.h"
@@ -36,6 +37,25 @@ enum {
 
 // The API level the program was built for: version 5, release 5, level 0.
 #define DRVK_COMPILE_LEVEL 55000
+
+// A zeroed API record of structure version `version`, the way every call
+// wants its records.
+template <typename Record>
+Record rvkRecord(uint16_t version) {
+    Record r;
+    memset(&r, 0, sizeof r);
+    r.stVersion = version;
+    return r;
+}
+
+// The API version the program was built for (5.5.0.0), as the log-on
+// passes it.
+inline rvkApiVersionEx drvkBuildVersion() {
+    rvkApiVersionEx v = rvkRecord<rvkApiVersionEx>(RVK_APIVERSIONEX_VERSION);
+    v.version = 5;
+    v.release = 5;
+    return v;
+}
 
 // Password callback of the log-on. Called when a password is needed (reason
 // 137: none given, or the stored one was refused) or the server demands a

@@ -76,8 +76,7 @@ Rc endTxn(uint32_t handle, uint8_t vote, uint16_t* reason) {
 extern "C" int16_t rvkBeginTxn(uint32_t handle) {
     RVK_ENTRY(BeginTxn);
     SessionRef s(handle);
-    if (s.rc()) return s.rc();
-    if (s->state != State::Idle) return RVK_RC_WRONG_STATE;
+    if (Rc rc = s.rcIn(State::Idle)) return rc;
     // The maximum per transaction is read afresh: an administrator's change
     // applies from the next transaction on.
     if (Rc rc = s->store->readSettings(s->settings))
@@ -92,8 +91,7 @@ extern "C" int16_t rvkBeginTxn(uint32_t handle) {
 extern "C" int16_t rvkDeleteObj(uint32_t handle, uint8_t delType, rvkDelInfo delInfo) {
     RVK_ENTRY(DeleteObj);
     SessionRef s(handle);
-    if (s.rc()) return s.rc();
-    if (s->state != State::Txn) return RVK_RC_WRONG_STATE;
+    if (Rc rc = s.rcIn(State::Txn)) return rc;
     Session& ss = *s;
     if (delInfo.stVersion != RVK_DELINFO_VERSION) return failTxn(ss, RVK_RC_BAD_STVERSION);
     if (delType == RVK_DEL_ARCHIVE) return failTxn(ss, RVK_RC_NOT_SUPPORTED);

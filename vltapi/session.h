@@ -114,6 +114,8 @@ class SessionRef {
   public:
     explicit SessionRef(uint32_t handle, bool allowExpired = false);
     Rc rc() const { return rc_; }
+    // rc(), or RVK_RC_WRONG_STATE when the session is not in `state`.
+    Rc rcIn(State state) const;
     Session* operator->() const { return s_.get(); }
     Session& operator*() const { return *s_; }
 

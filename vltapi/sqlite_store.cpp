@@ -298,6 +298,26 @@ class SqliteStore : public Store {
         });
     }
 
+    // Runs an update of a whole record: its columns from `bind`, its id as
+    // the last parameter, ?idParam.
+    template <typename Record>
+    Rc update(const char* sql, const char* what, void (*bind)(sqlite3_stmt*, const Record&),
+              const Record& r, int idParam, int64_t id) {
+        return run(sql, what, [&](sqlite3_stmt* s) {
+            bind(s, r);
+            sqlite3_bind_int64(s, idParam, id);
+        });
+    }
+
+    // Runs an insert of a whole record; `id` gets the new row's id.
+    template <typename Record, typename Id>
+    Rc insert(const char* sql, const char* what, void (*bind)(sqlite3_stmt*, const Record&),
+              const Record& r, Id& id) {
+        Rc rc = run(sql, what, [&](sqlite3_stmt* s) { bind(s, r); });
+        if (rc == RVK_RC_OK) id = static_cast<Id>(sqlite3_last_insert_rowid(db_));
+        return rc;
+    }
+
     Rc exec(const char* sql, const char* what) {
         int r = sqlite3_exec(db_, sql, nullptr, nullptr, nullptr);
         return r == SQLITE_OK ? RVK_RC_OK : fail(r, what);
@@ -355,9 +375,7 @@ class SqliteStore : public Store {
         static const char* sql =
             "INSERT INTO nodes(name, pw_salt, pw_hash, pw_iter, pw_set, back_del, arch_del) "
             "VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7)";
-        Rc rc = run(sql, "insert node", [&](sqlite3_stmt* s) { bindNode(s, n); });
-        if (rc == RVK_RC_OK) n.id = sqlite3_last_insert_rowid(db_);
-        return rc;
+        return insert(sql, "insert node", bindNode, n, n.id);
     }
 
     static void bindNode(sqlite3_stmt* s, const NodeRecord& n) {
@@ -375,10 +393,7 @@ class SqliteStore : public Store {
             "UPDATE nodes SET name = ?1, pw_salt = ?2, pw_hash = ?3, pw_iter = ?4, pw_set = ?5, "
             "back_del = ?6, "
             "arch_del = ?7 WHERE id = ?8";
-        return run(sql, "update node", [&](sqlite3_stmt* s) {
-            bindNode(s, n);
-            sqlite3_bind_int64(s, 8, n.id);
-        });
+        return update(sql, "update node", bindNode, n, 8, n.id);
     }
 
     Rc listNodes(std::vector<NodeRecord>& out) override {
@@ -433,9 +448,7 @@ class SqliteStore : public Store {
             "INSERT INTO filespaces(node_id, name, type, info, capacity, occupancy, reg_date, "
             "back_start, "
             "back_complete) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9)";
-        Rc rc = run(sql, "insert file space", [&](sqlite3_stmt* s) { bindFs(s, fs); });
-        if (rc == RVK_RC_OK) fs.id = sqlite3_last_insert_rowid(db_);
-        return rc;
+        return insert(sql, "insert file space", bindFs, fs, fs.id);
     }
 
     Rc updateFileSpace(const FsRecord& fs) override {
@@ -443,10 +456,7 @@ class SqliteStore : public Store {
             "UPDATE filespaces SET node_id = ?1, name = ?2, type = ?3, info = ?4, capacity = ?5, "
             "occupancy = ?6, "
             "reg_date = ?7, back_start = ?8, back_complete = ?9 WHERE id = ?10";
-        return run(sql, "update file space", [&](sqlite3_stmt* s) {
-            bindFs(s, fs);
-            sqlite3_bind_int64(s, 10, fs.id);
-        });
+        return update(sql, "update file space", bindFs, fs, 10, fs.id);
     }
 
     Rc deleteFileSpace(int64_t fsId, uint64_t& objectsDeleted) override {
@@ -541,9 +551,7 @@ class SqliteStore : public Store {
         if (rc) return rc;
         o.state = RVK_STATE_ACTIVE;
         o.deactDate = 0;
-        rc = run(sqlInsert, "insert object", [&](sqlite3_stmt* s) { bindObject(s, o); });
-        if (rc == RVK_RC_OK) o.id = static_cast<uint64_t>(sqlite3_last_insert_rowid(db_));
-        return rc;
+        return insert(sqlInsert, "insert object", bindObject, o, o.id);
     }
 
     Rc insertObjectAsIs(const ObjectRecord& o) override {
@@ -551,10 +559,7 @@ class SqliteStore : public Store {
             "INSERT INTO objects(node_id, fs_id, hl, ll, type, owner, mc, ins_date, deact_date, "
             "size, state, has_data, info, id) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11, "
             "?12, ?13, ?14)";
-        return run(sql, "copy object", [&](sqlite3_stmt* s) {
-            bindObject(s, o);
-            sqlite3_bind_int64(s, 14, static_cast<int64_t>(o.id));
-        });
+        return update(sql, "copy object", bindObject, o, 14, static_cast<int64_t>(o.id));
     }
 
     Rc updateObject(const ObjectRecord& o) override {
@@ -563,10 +568,7 @@ class SqliteStore : public Store {
             "mc = ?7, "
             "ins_date = ?8, deact_date = ?9, size = ?10, state = ?11, has_data = ?12, info = ?13 "
             "WHERE id = ?14";
-        return run(sql, "update object", [&](sqlite3_stmt* s) {
-            bindObject(s, o);
-            sqlite3_bind_int64(s, 14, static_cast<int64_t>(o.id));
-        });
+        return update(sql, "update object", bindObject, o, 14, static_cast<int64_t>(o.id));
     }
 
     Rc deleteObject(uint64_t id, bool& changed) override {
@@ -689,6 +691,65 @@ Rc SqliteCursor::next(ObjectRecord& o, bool& have) {
     return store_->fail(r, "read objects");
 }
 
+// Opens the database file; a failure is described after `prefix`.
+Rc openDatabase(const std::string& file, int flags, const std::string& prefix, sqlite3*& db,
+                std::string& err) {
+    db = nullptr;
+    int r = sqlite3_open_v2(file.c_str(), &db, flags, nullptr);
+    if (r == SQLITE_OK) return RVK_RC_OK;
+    err = prefix + (db ? sqlite3_errmsg(db) : sqlite3_errstr(r));
+    sqlite3_close_v2(db);
+    db = nullptr;
+    return RVK_RC_COMM_FAILURE;
+}
+
+// Makes the file, private to its owner, before SQLite opens it: SQLite
+// would make it with the umask's mode, and gives its write-ahead log and
+// shared-memory files the mode of the database file.
+Rc makePrivateFile(const std::string& tmp, const std::string& path, std::string& err) {
+    int fd = open(tmp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (fd < 0 || fchmod(fd, 0600) != 0) {
+        err = "cannot create " + path + ": " + strerror(errno);
+        if (fd >= 0) {
+            close(fd);
+            unlink(tmp.c_str());
+        }
+        return RVK_RC_REPOSITORY_ERROR;
+    }
+    close(fd);
+    return RVK_RC_OK;
+}
+
+// The tables, the first object id, the format and version marks and the
+// initial settings, in one transaction.
+Rc writeNewRepository(SqliteStore& s, const ServerSettings& initial) {
+    Rc rc = s.exec("PRAGMA journal_mode = WAL", "set WAL mode");
+    if (!rc) rc = s.begin(true);
+    if (!rc) rc = s.exec(kSchema, "create tables");
+    if (!rc) {
+        std::string seq = "INSERT INTO sqlite_sequence(name, seq) VALUES('objects', " +
+                          std::to_string(kFirstObjectId - 1) + ")";
+        rc = s.exec(seq.c_str(), "set first object id");
+    }
+    if (!rc)
+        rc = s.exec(
+            ("INSERT INTO repo_meta(key, value) VALUES('format', '" + std::string(kFormat) + "')")
+                .c_str(),
+            "write format");
+    if (!rc)
+        rc = s.exec(("PRAGMA user_version = " + std::to_string(kSchemaVersion)).c_str(),
+                    "write version");
+    ServerSettings settings = initial;
+    if (settings.created == 0) settings.created = nowDate();
+    for (auto& kv : settingsList(settings)) {
+        if (rc) break;
+        rc = s.writeSetting(kv.first, kv.second);
+    }
+    if (!rc) rc = s.commit();
+    if (rc) s.rollback();
+    return rc;
+}
+
 }  // namespace
 
 Rc openSqliteStore(const std::string& path, int busyTimeoutMs, std::unique_ptr<Store>& out,
@@ -703,14 +764,9 @@ Rc openSqliteStore(const std::string& path, int busyTimeoutMs, std::unique_ptr<S
         return RVK_RC_COMM_FAILURE;
     }
     sqlite3* db = nullptr;
-    int r =
-        sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
-    if (r != SQLITE_OK) {
-        err = "repository " + path +
-              " cannot be opened: " + (db ? sqlite3_errmsg(db) : sqlite3_errstr(r));
-        sqlite3_close_v2(db);
-        return RVK_RC_COMM_FAILURE;
-    }
+    if (Rc rc = openDatabase(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX,
+                             "repository " + path + " cannot be opened: ", db, err))
+        return rc;
     sqlite3_busy_timeout(db, busyTimeoutMs);
     sqlite3_extended_result_codes(db, 1);
     std::unique_ptr<SqliteStore> s(new SqliteStore(db));
@@ -745,56 +801,16 @@ Rc createSqliteStore(const std::string& path, const ServerSettings& initial, std
     // link() never replaces a repository made meanwhile by someone else.
     std::string tmp = path + ".new." + std::to_string(getpid());
     unlink(tmp.c_str());
-    // The file is made here, private to its owner, before SQLite opens it:
-    // SQLite would make it with the umask's mode, and gives its write-ahead
-    // log and shared-memory files the mode of the database file.
-    int fd = open(tmp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-    if (fd < 0 || fchmod(fd, 0600) != 0) {
-        err = "cannot create " + path + ": " + strerror(errno);
-        if (fd >= 0) {
-            close(fd);
-            unlink(tmp.c_str());
-        }
-        return RVK_RC_REPOSITORY_ERROR;
-    }
-    close(fd);
+    if (Rc rc = makePrivateFile(tmp, path, err)) return rc;
     sqlite3* db = nullptr;
-    int r = sqlite3_open_v2(tmp.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
-    if (r != SQLITE_OK) {
-        err = "cannot create " + path + ": " + (db ? sqlite3_errmsg(db) : sqlite3_errstr(r));
-        sqlite3_close_v2(db);
+    if (openDatabase(tmp, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
+                     "cannot create " + path + ": ", db, err)) {
         unlink(tmp.c_str());
         return RVK_RC_REPOSITORY_ERROR;
     }
     std::unique_ptr<SqliteStore> sp(new SqliteStore(db));
-    SqliteStore& s = *sp;
-    Rc rc = s.exec("PRAGMA journal_mode = WAL", "set WAL mode");
-    if (!rc) rc = s.begin(true);
-    if (!rc) rc = s.exec(kSchema, "create tables");
-    if (!rc) {
-        std::string seq = "INSERT INTO sqlite_sequence(name, seq) VALUES('objects', " +
-                          std::to_string(kFirstObjectId - 1) + ")";
-        rc = s.exec(seq.c_str(), "set first object id");
-    }
-    if (!rc)
-        rc = s.exec(
-            ("INSERT INTO repo_meta(key, value) VALUES('format', '" + std::string(kFormat) + "')")
-                .c_str(),
-            "write format");
-    if (!rc)
-        rc = s.exec(("PRAGMA user_version = " + std::to_string(kSchemaVersion)).c_str(),
-                    "write version");
-    ServerSettings settings = initial;
-    if (settings.created == 0) settings.created = nowDate();
-    for (auto& kv : settingsList(settings)) {
-        if (rc) break;
-        rc = s.writeSetting(kv.first, kv.second);
-    }
-    if (!rc) rc = s.commit();
-    if (rc) {
-        err = "cannot create " + path + ": " + s.lastError();
-        s.rollback();
-    }
+    Rc rc = writeNewRepository(*sp, initial);
+    if (rc) err = "cannot create " + path + ": " + sp->lastError();
     // Closing the last connection folds the write-ahead log into the file.
     sp.reset();
     if (!rc && link(tmp.c_str(), path.c_str()) != 0) {

@@ -8,6 +8,7 @@
 #include <time.h>
 
 #include "common/unx/nlsseam.h"
+#include "common/unx/psenv.h"
 
 int date_fmt = 1;
 int time_fmt = 1;
@@ -223,7 +224,7 @@ void copyOut(char* dest, size_t size, const char* src) {
 void nlDateTimeNow(char* dateText, size_t dateSize, char* timeText, size_t timeSize,
                    unsigned long* milliseconds) {
     struct timespec now;
-    nlClockSeam(&now);
+    psClock(&now);
     struct tm local;
     time_t secs = now.tv_sec;
     if (localtime_r(&secs, &local) == nullptr) memset(&local, 0, sizeof local);

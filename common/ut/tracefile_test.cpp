@@ -17,6 +17,17 @@ using zebotest::fileSize;
 using zebotest::readFile;
 using zebotest::TempDir;
 
+// Opening `name` as the trace file, with the API class on and a maximum
+// length of `max` MB, fails with its message.
+void expectRefused(const std::string& name, unsigned long max) {
+    ASSERT_EQ(0, trSetFlags("API", 1));
+    trSetMax(max);
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(426, trOpen(name.c_str(), 0));
+    EXPECT_EQ("Unable to open trace output file " + name + "\n",
+              testing::internal::GetCapturedStdout());
+}
+
 class TraceFileTest : public TraceTest {
   protected:
     void SetUp() override {
@@ -275,14 +286,7 @@ TEST_F(TraceFileTest, TraceIsPrivateAndNeverWrittenThroughALinkOrIntoAnotherUser
             ASSERT_EQ(0, stat(name.c_str(), &st));
             EXPECT_EQ(0600u, st.st_mode & 07777) << name;
         }
-        for (const std::string& name : {link, root ? foreign : link}) {
-            ASSERT_EQ(0, trSetFlags("API", 1));
-            trSetMax(max);
-            testing::internal::CaptureStdout();
-            EXPECT_EQ(426, trOpen(name.c_str(), 0));
-            EXPECT_EQ("Unable to open trace output file " + name + "\n",
-                      testing::internal::GetCapturedStdout());
-        }
+        for (const std::string& name : {link, root ? foreign : link}) expectRefused(name, max);
         EXPECT_EQ("untouched", readFile(target));
         EXPECT_EQ("theirs", readFile(foreign));
     }
@@ -291,12 +295,7 @@ TEST_F(TraceFileTest, TraceIsPrivateAndNeverWrittenThroughALinkOrIntoAnotherUser
 TEST_F(TraceFileTest, OpenFailureResetsTheTrace) {
     std::string name = dir.file("missing/trace.out");
     for (unsigned long max : {0ul, 1ul}) {
-        ASSERT_EQ(0, trSetFlags("API", 1));
-        trSetMax(max);
-        testing::internal::CaptureStdout();
-        EXPECT_EQ(426, trOpen(name.c_str(), 0));
-        EXPECT_EQ("Unable to open trace output file " + name + "\n",
-                  testing::internal::GetCapturedStdout());
+        expectRefused(name, max);
         EXPECT_EQ(0, TR_API);
         EXPECT_EQ(0, trIsActive());
     }
