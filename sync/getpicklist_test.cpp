@@ -98,8 +98,7 @@ TEST(GetPickListTest, TheFetchsEndDecidesTheExitButTheListIsKept) {
 
 TEST(GetPickListTest, AnOrphanThatCannotBeStoredEndsTheSearchWithTheQueryOpen) {
     synctest::FakeScene scene;
-    zebotest::ScopedSeam<void* (*)(size_t)> noMemory(llNodeAllocate,
-                                                     [](size_t) -> void* { return nullptr; });
+    zebotest::RefusedAllocation noNode(sizeof(SyncList::Node));
     Search s = search(&scene, 3);
     EXPECT_EQ(GPL_NO_MEMORY, s.rc);
     EXPECT_EQ(0, s.orphans);
