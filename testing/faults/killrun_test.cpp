@@ -63,13 +63,18 @@ class Program {
     void answer(const std::string& text) {
         if (write(input_, text.data(), text.size()) < 0) ADD_FAILURE() << "answers not written";
     }
-    bool running() { return pid_ > 0 && waitpid(pid_, &status_, WNOHANG) == 0; }
+    bool running() {
+        if (pid_ > 0 && !ended_) ended_ = waitpid(pid_, &status_, WNOHANG) == pid_;
+        return pid_ > 0 && !ended_;
+    }
     // Kills the program and whatever it started (SQL*Plus); returns its wait
     // status.
     int kill(int signo) {
         if (pid_ <= 0) return status_;
-        ::kill(pid_, signo);
-        waitpid(pid_, &status_, 0);
+        if (running()) {
+            ::kill(pid_, signo);
+            waitpid(pid_, &status_, 0);
+        }
         ::kill(-pid_, SIGKILL);
         close(input_);
         pid_ = -1;
@@ -80,13 +85,14 @@ class Program {
     pid_t pid_ = -1;
     int input_ = -1;
     int status_ = -1;
+    bool ended_ = false;
 };
 
-// Reads a growing trace file and counts the lines that hold a text.
+// Reads a growing trace file and counts the lines that hold `what`.
 class TraceWatch {
   public:
-    explicit TraceWatch(const std::string& path) : path_(path) {}
-    size_t count(const std::string& what) {
+    TraceWatch(const std::string& path, const std::string& what) : path_(path), what_(what) {}
+    size_t count() {
         FILE* f = fopen(path_.c_str(), "r");
         if (!f) return 0;
         fseek(f, offset_, SEEK_SET);
@@ -97,7 +103,7 @@ class TraceWatch {
             partial_.append(buf, n);
             size_t end;
             while ((end = partial_.find('\n')) != std::string::npos) {
-                if (partial_.substr(0, end).find(what) != std::string::npos) ++hits_;
+                if (partial_.substr(0, end).find(what_) != std::string::npos) ++hits_;
                 partial_.erase(0, end + 1);
             }
         }
@@ -107,15 +113,17 @@ class TraceWatch {
 
   private:
     std::string path_;
+    std::string what_;
     long offset_ = 0;
     std::string partial_;
     size_t hits_ = 0;
 };
 
 // Waits until the trace holds `what` `times` times, while the run lasts.
-bool reach(Program& run, TraceWatch& trace, const std::string& what, size_t times) {
+bool reach(Program& run, const std::string& trace, const std::string& what, size_t times) {
+    TraceWatch watch(trace, what);
     for (int i = 0; i < 120000; ++i) {
-        if (trace.count(what) >= times) return true;
+        if (watch.count() >= times) return true;
         if (!run.running()) return false;
         std::this_thread::sleep_for(std::chrono::microseconds(500));
     }
@@ -164,7 +172,7 @@ TEST_F(KillRunTest, SigkillAtRandomMomentsLeavesOnlyCommittedDeletions) {
     const unsigned seed =
         static_cast<unsigned>(setting("ZEBO_KILL_SEED", static_cast<unsigned long>(time(nullptr))));
     printf("kill tests: %lu kills, seed %u (ZEBO_KILL_SEED=%u repeats them)\n", kills, seed, seed);
-    RecordProperty("kill_seed", static_cast<int>(seed));
+    RecordProperty("kill_seed", std::to_string(seed));
     std::mt19937 random(seed);
 
     const int batch = 1500;
@@ -188,8 +196,8 @@ TEST_F(KillRunTest, SigkillAtRandomMomentsLeavesOnlyCommittedDeletions) {
         const int pauseUs = static_cast<int>(random() % 200000);
         SCOPED_TRACE("kill " + std::to_string(k + 1) + ", phase " + std::to_string(phase));
 
-        unlink(scratch.path("trace.out").c_str());
-        TraceWatch trace(scratch.path("trace.out"));
+        const std::string trace = scratch.path("trace.out");
+        unlink(trace.c_str());
         Program run(scratch.command("", true), scratch.path("out"));
         bool reached = false;
         if (phase == 0) {
