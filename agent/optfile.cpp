@@ -3,6 +3,7 @@
 #include <ctype.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/stat.h>
 #include <wchar.h>
 #include <wctype.h>
 
@@ -140,6 +141,13 @@ int16_t zeboOpenOptFile(FILE** file, char* path, int* lineCount) {
         if (rc != 0) return static_cast<int16_t>(rc);
     }
     *file = fopen(path, "r");
+    // A directory opens for reading, but no line can be read from it: the
+    // run would go on with the defaults as if the file were empty.
+    struct stat st;
+    if (*file && (fstat(fileno(*file), &st) != 0 || S_ISDIR(st.st_mode))) {
+        fclose(*file);
+        *file = nullptr;
+    }
     if (!*file) {
         TRACE(TR_ORCLEVEL0, " %s: Exit - cannot open '%s'\n\n", "zeboOpenOptFile()", path);
         reportOptionError(MSG_OPTFILE_NOT_OPENED, path, nullptr);

@@ -35,6 +35,21 @@ void reportApiFailure(const char* name, uint32_t handle, int rc, char* errorText
     TRACE(TR_ORCLEVEL0, " %s: '%s'\n", name, errorText);
 }
 
+// A log-on refused with the password of a damaged password file: the API's
+// text speaks of a wrong password, so the file is named too.
+void explainRefusedPassword(AgentContext* context, int rc) {
+    if (context->nodeFromApi != 0 || (rc != RVK_RC_AUTH_FAILURE && rc != RVK_RC_NO_PASSWORD))
+        return;
+    char path[ZEBO_PSWD_PATH_SIZE];
+    if (!psPswdFileDamaged(path, context)) return;
+    nlMsg(MSG_PASSWORD_FILE_DAMAGED, path);
+    char* text = nlFormatText(MSG_PASSWORD_FILE_DAMAGED, path);
+    if (text) {
+        zeboErrorMsg(text);
+        free(text);
+    }
+}
+
 // Creates the private file that stands in for the program's name (from the
 // pattern in `tempName`, which receives the name). 0, or the errno of the
 // step that failed, after its message and trace line (`fn`: the caller).
@@ -225,6 +240,7 @@ int16_t zeboSession(AgentContext* context) {
     explicit_bzero(password, sizeof password);
     if (rc != 0) {
         context->apiCleanUpDue = 1;
+        explainRefusedPassword(context, rc);
         reportApiFailure(kSessionName, handle, rc, context->errorText);
         TRACE(TR_ORCLEVEL0, " %s: Exit - rvkInit() failed, rvkHandle = %d rc       : %d\n\n",
               kSessionName, handle, rc);

@@ -72,6 +72,17 @@ TEST_F(SessionTest, MissingOrWrongPasswordFile) {
     EXPECT_NE(std::string::npos, text.find("(rc = 137)")) << text;
     EXPECT_NE(std::string::npos, errorLog().find("==> " + text.substr(0, text.find(" (rc"))))
         << errorLog();
+    EXPECT_EQ(std::string::npos, errorLog().find("QEV2661E")) << "the file itself is whole";
+
+    // A file cut inside a record gives a wrong password too, and the log
+    // names the file.
+    ASSERT_EQ(0, pszeboUpdatePswd(agenttest::nodePassword(), &context_));
+    std::string file = install_.path("ZEBO.NODE1");
+    zebotest::writeFile(file, zebotest::readFile(file).substr(0, 52));
+    EXPECT_EQ(137, zeboSession(&context_));
+    EXPECT_NE(std::string::npos,
+              errorLog().find("QEV2661E The password file " + file + " is damaged"))
+        << errorLog();
 }
 
 TEST_F(SessionTest, WithoutNodeOrOwnerNoPasswordFileIsRead) {

@@ -71,6 +71,16 @@ Rc endTxn(uint32_t handle, uint8_t vote, uint16_t* reason) {
     return rc;
 }
 
+// A test's fault on the end of a transaction. With a reason it stands for a
+// commit that the repository refused: like one, it rolls back.
+Rc failedEnd(uint32_t handle, Rc rc, uint16_t why, uint16_t* reason) {
+    if (why == 0 || !reason) return rc;
+    uint16_t ignored = 0;
+    endTxn(handle, RVK_VOTE_ABORT, &ignored);
+    *reason = why;
+    return rc;
+}
+
 }  // namespace
 
 extern "C" int16_t rvkBeginTxn(uint32_t handle) {
@@ -130,7 +140,9 @@ extern "C" int16_t rvkDeleteObj(uint32_t handle, uint8_t delType, rvkDelInfo del
 }
 
 extern "C" int16_t rvkEndTxn(uint32_t handle, uint8_t vote, uint16_t* reason) {
-    RVK_ENTRY(EndTxn);
+    int16_t faultRc = 0;
+    uint16_t why = 0;
+    if (faultFires(Fn::EndTxn, &faultRc, &why)) return failedEnd(handle, faultRc, why, reason);
     if (!reason) return RVK_RC_NULL_POINTER;
     return endTxn(handle, vote, reason);
 }
