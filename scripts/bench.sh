@@ -59,8 +59,12 @@ median() {
         if (NR % 2) printf "%.3f", v[(NR + 1) / 2]; else printf "%.3f", (v[NR / 2] + v[NR / 2 + 1]) / 2 }'
 }
 ratio() { awk -v a="$1" -v b="$2" 'BEGIN { if (a == "-" || b == "-" || b == 0) print "-"; else printf "%.2f", a / b }'; }
-# The value of a PERFORMANCE trace line: traced NAME TEXT.
-traced() { sed -n "s/.*$2: \([0-9.]*\) s.*/\1/p" "$dir/$1.trace" | tail -1; }
+# A phase's seconds from the program's time marks (ZEBO_BENCH_PHASES):
+# span FIRST-EVENT LAST-EVENT, the first's last mark to the second's first.
+span() {
+    awk -v a="$1" -v b="$2" '$1 == a { t = $2 } $1 == b && !done { e = $2; done = 1 }
+        END { if (t == "" || e == "") print "-"; else printf "%.3f", e - t }' "$dir/marks"
+}
 
 make_data() {
     local n=$1
@@ -73,19 +77,16 @@ NODENAME BENCH
 PASSWORDACCESS GENERATE
 BUSYTIMEOUT 60
 EOF
-    for kind in plain traced; do
-        flags=PERFORMANCE
-        [ $kind = traced ] && flags=ORCLEVEL1
-        cat > "$dir/$kind.opt" <<EOF
+    # Untraced: no trace file, no trace flags.
+    cat > "$dir/plain.opt" <<EOF
 RVKI_DIR $build/lib
 RVKI_LOG $dir
 RVKI_ORC_DIR $dir
 RVKI_ORC_CONFIG $dir/rvk.opt
 ZEBO_FS /koruorc
-ZEBO_TRACE_FILE $dir/$kind.trace
-ZEBO_TRACE_FLAGS $flags
 EOF
-    done
+    cp "$dir/plain.opt" "$dir/traced.opt"
+    printf 'ZEBO_TRACE_FILE %s\nZEBO_TRACE_FLAGS ORCLEVEL1\n' "$dir/traced.trace" >> "$dir/traced.opt"
     vltadm -c "$dir/rvk.opt" init > /dev/null
     printf 'bench-pw\n' | vltadm -c "$dir/rvk.opt" node add BENCH > /dev/null
     # Objects c-<i>-<i*7>-1 over four high-level names; every tenth one is
@@ -121,11 +122,11 @@ fresh_repository() {
 # run_program KIND ANSWERS: one run of zebosync with the options KIND, its
 # wall time in $dir/wall and its peak memory (MB) in $dir/rss.
 run_program() {
-    rm -f "$dir/$1.trace"
+    rm -f "$dir/$1.trace" "$dir/marks"
     local t0 t1
     t0=$(now)
     printf "$2" | SQLPLUS_SIM_DIR="$dir/catalogs" SQLPLUS_SIM_READY_SPOOL="$dir/ready.out" \
-        ZEBO_AGENT_DIR="$dir" /usr/bin/time -f %M -o "$dir/rss.kb" \
+        ZEBO_AGENT_DIR="$dir" ZEBO_BENCH_PHASES="$dir/marks" /usr/bin/time -f %M -o "$dir/rss.kb" \
         zebosync SYNCdb "-ZEBO_OPTfile=$dir/$1.opt" > "$dir/out.txt" 2>&1 || {
         echo "zebosync failed (size $n); its last output:" >&2
         tail -20 "$dir/out.txt" >&2
@@ -150,9 +151,7 @@ measure() {
     # The first run spools through the simulator and keeps the spool.
     run_program plain "$leave"
     [ -s "$dir/ready.out" ] || { echo "$0: no ready spool" >&2; exit 1; }
-    local orphans
-    orphans=$(sed -n 's/.*Server query and matching: [0-9.]* s, \([0-9]*\) orphans.*/\1/p' "$dir/plain.trace" | tail -1)
-    [ "$orphans" = "$((n / 10))" ] || { echo "$0: $orphans orphans, expected $((n / 10))" >&2; exit 1; }
+    local orphans=$((n / 10))
     for r in $(seq 1 "$rounds"); do
         echo "== $n objects: round $r of $rounds" >&2
         t0=$(now)
@@ -168,20 +167,23 @@ measure() {
         run_program plain "$leave"
         note whole "$(cat "$dir/wall")"
         note rss "$(cat "$dir/rss")"
-        note load "$(traced plain 'Spool load')"
-        note match "$(traced plain 'Server query and matching')"
-        note release "$(traced plain 'Index release')"
+        note load "$(span load.start load.end)"
+        note match "$(span load.end pick.start)"
+        note release "$(span release.start release.end)"
 
         [ "$full" = 1 ] || continue
         run_program traced "$leave"
         note traced "$(cat "$dir/wall")"
+        local found
+        found=$(sed -n 's/.*Server query and matching: [0-9.]* s, \([0-9]*\) orphans.*/\1/p' "$dir/traced.trace" | tail -1)
+        [ "$found" = "$orphans" ] || { echo "$0: $found orphans, expected $orphans" >&2; exit 1; }
 
         fresh_repository
         run_program plain "$delete_all"
-        note delete "$(traced plain 'Deletion')"
-        local gone
-        gone=$(sed -n 's/.*Deletion: [0-9.]* s, \([0-9]*\) objects.*/\1/p' "$dir/plain.trace" | tail -1)
-        [ "$gone" = "$((n / 10))" ] || { echo "$0: deleted $gone, expected $((n / 10))" >&2; exit 1; }
+        note delete "$(span delete.start delete.end)"
+        local left
+        left=$(sqlite3 "$dir/vlt.db" "SELECT count(*) FROM objects")
+        [ "$left" = "$((n - orphans))" ] || { echo "$0: $left objects left, expected $((n - orphans))" >&2; exit 1; }
 
         fresh_repository
         out=$("$build/bench/delete_bench" "$dir/vlt.db" "$dir/orphan-ids")

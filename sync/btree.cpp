@@ -278,11 +278,11 @@ BTree* utNewTree() {
 
 void utDeleteTree(BTree* tree) {
     if (!tree) return;
-    UtPhaseTimer timer;
+    utBenchMark("release.start");
     FreeMemory(tree->root);
     tree->root = nullptr;
     FREE(&tree, __FILE__, __LINE__);
-    TRACE(TR_PERFORMANCE, " %s: Index release: %.3f s\n", "utDeleteTree()", timer.seconds());
+    utBenchMark("release.end");
 }
 
 int IsertItem(BTree* tree, const void* key, uint32_t keySize, BTreeCopyFn copyFunction,

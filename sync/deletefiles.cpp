@@ -172,11 +172,9 @@ int16_t utDeleteFiles(SyncList* syncList, AgentContext* context, UtDeletePass* p
     // A signal during the pass is only noted (see stopOnSignal); the caller
     // ends the run once the summary and the report are out.
     utEnterTransaction();
-    UtPhaseTimer timer;
-    uint32_t before = syncList->getCount();
+    utBenchMark("delete.start");
     int16_t rc = deleteMarked(syncList, context, pass);
-    TRACE(TR_PERFORMANCE, " %s: Deletion: %.3f s, %u objects\n", fn, timer.seconds(),
-          before - syncList->getCount());
+    utBenchMark("delete.end");
     utLeaveTransaction();
     // Also after the failures that show nothing else on the screen.
     utShowDeleteSummary(*pass);

@@ -42,7 +42,7 @@ void finish(FILE* spool, const char* spoolPath) {
 int16_t utLoadBTree(const char* spoolPath, BTree* index, unsigned long* handlesRead) {
     static const char fn[] = "utLoadBTree()";
     TRACE(TR_ORCLEVEL1, " %s: Enter\n", fn);
-    UtPhaseTimer timer;
+    utBenchMark("load.start");
 
     FILE* spool = fopen(spoolPath, "r");
     if (spool == nullptr) {
@@ -88,10 +88,9 @@ int16_t utLoadBTree(const char* spoolPath, BTree* index, unsigned long* handlesR
     }
     progress.end();
     finish(spool, spoolPath);
+    utBenchMark("load.end");
     if (handlesRead != nullptr) *handlesRead += read;
     TRACE(TR_ORCLEVEL1, " %s: %lu handles read, %lu keys stored\n", fn, read, stored);
-    TRACE(TR_PERFORMANCE, " %s: Spool load: %.3f s, %lu keys stored\n", fn, timer.seconds(),
-          stored);
     TRACE(TR_ORCLEVEL1, " %s: Exit - OK\n\n", fn);
     return 0;
 }

@@ -1,25 +1,15 @@
-// Timing of the run's long phases for the trace class PERFORMANCE: loading
-// the spool, deleting the marked objects, releasing the filename index. The
-// clock is read only while that class is on, so a run without it pays one
-// byte test per phase and writes nothing.
+// Time marks for benchmarks: with ZEBO_BENCH_PHASES=FILE in the environment,
+// each mark appends a line "EVENT SECONDS" (the monotonic clock) to FILE, so
+// that a benchmark can read how long the spool load, the server query and
+// matching, the deletion and the release of the filename index took,
+// without any tracing. Without the variable a mark costs one test of a flag
+// that the first mark sets; nothing is written anywhere.
 //
-// Thread safety: none needed; a timer lives on the stack of one phase.
+// Thread safety: marks are made on the main thread only.
 #ifndef ZEBO_SYNC_PHASETIME_H
 #define ZEBO_SYNC_PHASETIME_H
 
-#include <time.h>
-
-class UtPhaseTimer {
-  public:
-    // Starts the clock when PERFORMANCE tracing is on.
-    UtPhaseTimer();
-    // Seconds since the start (monotonic); 0 when the class was off at the
-    // start.
-    double seconds() const;
-
-  private:
-    bool on_;
-    struct timespec start_ = {0, 0};
-};
+// Appends "EVENT SECONDS\n" to the benchmark's file, when one is named.
+void utBenchMark(const char* event);
 
 #endif
