@@ -167,7 +167,7 @@ measure() {
         run_program plain "$leave"
         note whole "$(cat "$dir/wall")"
         note rss "$(cat "$dir/rss")"
-        note load "$(span load.start load.end)"
+        note load "$(span check.start load.end)"
         note match "$(span load.end pick.start)"
         note release "$(span release.start release.end)"
 
