@@ -64,7 +64,7 @@ static void trDefaultThreadId(char* idText, size_t idSize, char* firstLine, size
 }
 
 // Puts the configured prefix before a finished text and writes both.
-static void trWriteLine(const char* text, size_t textLen) {
+static void trWriteLine(const char* text, size_t textLen, bool urgent = false) {
     TraceObject& t = traceObj;
     if (!t.stream) return;
     char prefix[TR_PREFIX_SIZE + 1];
@@ -94,12 +94,12 @@ static void trWriteLine(const char* text, size_t textLen) {
         part[0] = '\0';
         trThreadIdRoutine routine = t.threadIdRoutine ? t.threadIdRoutine : trDefaultThreadId;
         routine(part, sizeof part, firstLine, sizeof firstLine);
-        if (firstLine[0]) trWriteOut(prefix, used, firstLine, strlen(firstLine));
+        if (firstLine[0]) trWriteOut(prefix, used, firstLine, strlen(firstLine), false);
         add(part);
     }
     if (TR_CLIENTTYPE) add(trClientTag(t.clientType));
     if (TR_TIMESTAMP || TR_PID || TR_TID) add(": ");
-    trWriteOut(prefix, used, text, textLen);
+    trWriteOut(prefix, used, text, textLen, urgent);
 }
 
 static const char* trBaseName(const char* file) {
@@ -108,22 +108,35 @@ static const char* trBaseName(const char* file) {
     return slash ? slash + 1 : file;
 }
 
-int trPrintf(const char* file, unsigned line, const char* fmt, ...) {
+static int trVPrintf(bool urgent, const char* file, unsigned line, const char* fmt, va_list args) {
     int savedErrno = errno;
     if (!trIsActive()) return 0;
     char buf[TR_LINE_SIZE];
     size_t used = 0;
     if (TR_PREFIX) used = (size_t)snprintf(buf, sizeof buf, "%-20s(%4u): ", trBaseName(file), line);
     if (used >= sizeof buf) used = sizeof buf - 1;
-    va_list args;
-    va_start(args, fmt);
     int n = vsnprintf(buf + used, sizeof buf - used, fmt, args);
-    va_end(args);
     size_t textLen = n < 0 ? 0 : (size_t)n;
     if (textLen > sizeof buf - used - 1) textLen = sizeof buf - used - 1;
-    trWriteLine(buf, used + textLen);
+    trWriteLine(buf, used + textLen, urgent);
     errno = savedErrno;
     return (int)textLen;
+}
+
+int trPrintf(const char* file, unsigned line, const char* fmt, ...) {
+    va_list args;
+    va_start(args, fmt);
+    int n = trVPrintf(false, file, line, fmt, args);
+    va_end(args);
+    return n;
+}
+
+int trPrintfAs(bool urgent, const char* file, unsigned line, const char* fmt, ...) {
+    va_list args;
+    va_start(args, fmt);
+    int n = trVPrintf(urgent, file, line, fmt, args);
+    va_end(args);
+    return n;
 }
 
 // An address as "%08p" shows it: "0x" and at least six hex digits.
