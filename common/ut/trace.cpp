@@ -63,6 +63,37 @@ static void trDefaultThreadId(char* idText, size_t idSize, char* firstLine, size
     firstLine[0] = '\0';
 }
 
+// Appends `text` padded with blanks to `width` at out[used] (`size` bytes in
+// all, NUL included) and returns the new length: "%-*s" without the cost of
+// a format for every trace line. Cut at the end of the buffer.
+static size_t trAppendPadded(char* out, size_t size, size_t used, const char* text, size_t width) {
+    size_t n = strlen(text);
+    size_t pad = n < width ? width - n : 0;
+    if (used + n + pad >= size) return used;
+    memcpy(out + used, text, n);
+    memset(out + used + n, ' ', pad);
+    used += n + pad;
+    out[used] = '\0';
+    return used;
+}
+
+// "%*lu" with a width of `width`, appended the same way.
+static size_t trAppendNumber(char* out, size_t size, size_t used, unsigned long value,
+                             size_t width) {
+    char digits[24];
+    size_t n = sizeof digits - 1;
+    digits[n] = '\0';
+    do {
+        digits[--n] = (char)('0' + value % 10);
+        value /= 10;
+    } while (value != 0);
+    size_t len = sizeof digits - 1 - n;
+    size_t pad = len < width ? width - len : 0;
+    if (used + pad >= size) return used;
+    memset(out + used, ' ', pad);
+    return trAppendPadded(out, size, used + pad, digits + n, 0);
+}
+
 // Puts the configured prefix before a finished text and writes both.
 static void trWriteLine(const char* text, size_t textLen, bool urgent = false) {
     TraceObject& t = traceObj;
@@ -81,7 +112,15 @@ static void trWriteLine(const char* text, size_t textLen, bool urgent = false) {
         char date[16], time[16];
         unsigned long ms = 0;
         nlDateTimeNow(date, sizeof date, time, sizeof time, &ms);
-        snprintf(part, sizeof part, "%s %s.%03lu ", date, time, ms);
+        // "%s %s.%03lu " of date, time and milliseconds (below 1000).
+        char milli[4] = {(char)('0' + ms / 100 % 10), (char)('0' + ms / 10 % 10),
+                         (char)('0' + ms % 10), '\0'};
+        size_t n = trAppendPadded(part, sizeof part, 0, date, 0);
+        n = trAppendPadded(part, sizeof part, n, " ", 0);
+        n = trAppendPadded(part, sizeof part, n, time, 0);
+        n = trAppendPadded(part, sizeof part, n, ".", 0);
+        n = trAppendPadded(part, sizeof part, n, milli, 0);
+        trAppendPadded(part, sizeof part, n, " ", 0);
         add(part);
     }
     if (TR_PID) {
@@ -113,7 +152,13 @@ static int trVPrintf(bool urgent, const char* file, unsigned line, const char* f
     if (!trIsActive()) return 0;
     char buf[TR_LINE_SIZE];
     size_t used = 0;
-    if (TR_PREFIX) used = (size_t)snprintf(buf, sizeof buf, "%-20s(%4u): ", trBaseName(file), line);
+    if (TR_PREFIX) {
+        // "%-20s(%4u): " of the source file's name and the line.
+        used = trAppendPadded(buf, sizeof buf, 0, trBaseName(file), 20);
+        used = trAppendPadded(buf, sizeof buf, used, "(", 0);
+        used = trAppendNumber(buf, sizeof buf, used, line, 4);
+        used = trAppendPadded(buf, sizeof buf, used, "): ", 0);
+    }
     if (used >= sizeof buf) used = sizeof buf - 1;
     int n = vsnprintf(buf + used, sizeof buf - used, fmt, args);
     size_t textLen = n < 0 ? 0 : (size_t)n;
