@@ -165,6 +165,9 @@ void trCloseStream(bool quiet) {
     }
     t.stream = nullptr;
     t.path[0] = '\0';
+    // A stream opened next starts with nothing pending and its own offset.
+    t.markPending = 0;
+    t.atPosition = 0;
 }
 
 void trResetState() {
