@@ -110,7 +110,8 @@ Rc beginFsQuery(Session& s, rvkQryFSData* q) {
 
 Rc nextBackup(Session& s, rvkQryRespBackup* r) {
     QueryState& q = s.query;
-    ObjectRecord o;
+    // One record for the whole query, so that its strings keep their buffers.
+    ObjectRecord& o = q.row;
     while (!q.finished) {
         if (!q.cursor) {
             if (q.fsIndex >= q.fileSpaces.size()) {

@@ -49,6 +49,7 @@ struct QueryState {
     bool hlWild = false, llWild = false, ownerAny = true;
     ObjectQuery base;  // node, state, date, type, exact names
     std::unique_ptr<ObjectCursor> cursor;
+    ObjectRecord row;  // the cursor's current row
     uint64_t delivered = 0;
     bool finished = false;
 };

@@ -301,6 +301,37 @@ TEST_F(TraceFileTest, OpenFailureResetsTheTrace) {
     }
 }
 
+// Lines wait in the stream's buffer; a failure line brings them and itself
+// to the file at once, and a flush leaves a wrapping file as writing every
+// line through would: the header's position at the end mark behind the last
+// line.
+TEST_F(TraceFileTest, FailureLinesAndFlushesBringBufferedLinesToTheFile) {
+    ASSERT_EQ(0, trSetFlags("API ERROR -TIMESTAMP -PREFIX", 1));
+    std::string plain = dir.file("plain.out");
+    ASSERT_EQ(0, trOpen(plain.c_str(), 0));
+    const size_t header = fileSize(plain);
+    TRACE(TR_API, "first\n");
+    EXPECT_EQ(header, fileSize(plain));
+    TRACE(TR_ERROR, "failed\n");
+    EXPECT_EQ("first\nfailed\n", readFile(plain).substr(header));
+    trClose(0);
+
+    std::string wrapping = dir.file("wrap.out");
+    trSetMax(1);
+    ASSERT_EQ(0, trOpen(wrapping.c_str(), 0));
+    for (int round = 0; round < 2; ++round) {
+        writeLines(round * 10, 10, 100);
+        trFlush();
+        std::string text = readFile(wrapping);
+        const std::string end = "\nEND OF DATA\n\n";
+        ASSERT_GE(text.size(), end.size());
+        EXPECT_EQ(end, text.substr(text.size() - end.size()));
+        EXPECT_EQ(text.size() - end.size(), positionField(text));
+        EXPECT_EQ(line(round * 10 + 9, 100), text.substr(text.size() - end.size() - 100, 100));
+    }
+    trClose(0);
+}
+
 TEST_F(TraceFileTest, WriteFailureDisablesTracing) {
     for (unsigned long max : {0ul, 1ul}) {
         ASSERT_EQ(0, trSetFlags("API", 1));
