@@ -233,20 +233,21 @@ Rc PgConn::send(const std::string& sql, const std::vector<PgParam>& params, cons
                 what, report);
 }
 
-Rc PgConn::sendOnce(const std::string& sql, const std::vector<PgParam>& params, const char* what) {
+Rc PgConn::sendOnce(const std::string& sql, const std::vector<PgParam>& params, const char* what,
+                    PgResult* into) {
     if (!pipelining() && PQenterPipelineMode(conn_) != 1) return failure(nullptr, what);
     ParamArrays a(params);
     return sent(PQsendQueryParams(conn_, sql.c_str(), static_cast<int>(params.size()), nullptr,
                                   a.values.data(), a.lengths.data(), a.formats.data(), 0),
-                what, false);
+                what, false, into);
 }
 
 // The statement goes to the server at once, so that the server works while
 // the caller prepares the next one; answers already there are read, so
 // that a server writing answers never waits for a client that is sending.
-Rc PgConn::sent(int ok, const char* what, bool report) {
+Rc PgConn::sent(int ok, const char* what, bool report, PgResult* into) {
     if (!ok) return failure(nullptr, what);
-    pending_.push_back(Pending{what, report, ""});
+    pending_.push_back(Pending{what, report, "", into});
     if (PQflush(conn_) != 0) return failure(nullptr, what);
     return poll();
 }
@@ -274,6 +275,7 @@ void PgConn::answer(PgResult r) {
     if (st == PGRES_COMMAND_OK || st == PGRES_TUPLES_OK) {
         for (int i = 0; p.report && i < PQntuples(r.get()); ++i)
             reported_.push_back(strtoull(PQgetvalue(r.get(), i, 0), nullptr, 10));
+        if (p.into != nullptr) *p.into = std::move(r);
         return;
     }
     // A statement that was never prepared is prepared afresh next time.

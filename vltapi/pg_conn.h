@@ -86,8 +86,11 @@ class PgConn {
     // to reported().
     Rc send(const std::string& sql, const std::vector<PgParam>& params, const char* what,
             bool report = false);
-    // Like send, for a statement made for this one use.
-    Rc sendOnce(const std::string& sql, const std::vector<PgParam>& params, const char* what);
+    // Like send, for a statement made for this one use. With `into`, the
+    // answer, when it has rows and no failure, is kept there (the caller
+    // keeps `into` alive until the next drain).
+    Rc sendOnce(const std::string& sql, const std::vector<PgParam>& params, const char* what,
+                PgResult* into = nullptr);
     // Waits for the answers to everything sent and leaves pipeline mode.
     // The first failure among them is the result; a failed statement
     // aborts the rest of the pipeline with the transaction.
@@ -124,7 +127,7 @@ class PgConn {
     explicit PgConn(PGconn* c) : conn_(c) {}
     Rc failure(const PGresult* r, const char* what);
     Rc finish(PgResult r, const char* what, PgResult* rows);
-    Rc sent(int ok, const char* what, bool report);
+    Rc sent(int ok, const char* what, bool report, PgResult* into = nullptr);
     Rc holdBack();
     Rc poll();
     void answer(PgResult r);
@@ -135,6 +138,7 @@ class PgConn {
         const char* what;
         bool report;            // its rows go to reported_
         std::string preparing;  // the text of a statement being prepared
+        PgResult* into;         // keeps the answer, when not null
     };
     std::deque<Pending> pending_;
     std::vector<uint64_t> reported_;

@@ -140,10 +140,14 @@ class PgCursor : public ObjectCursor {
     Rc next(ObjectRecord& o, bool& have) override;
 
   private:
+    Rc fetch();
+
     PgStore* store_;
     std::string name_;
     SeenIds* seen_;
     PgResult batch_;
+    PgResult ahead_;      // the next batch, asked for while this one is read
+    bool asked_ = false;  // a FETCH for ahead_ is on its way
     int row_ = 0;
     bool last_ = false;  // the batch in hand is the last one
 };
@@ -690,19 +694,40 @@ class PgStore : public Store {
 };
 
 PgCursor::~PgCursor() {
+    // A batch still on its way is read before ahead_ goes.
+    if (asked_) store_->conn().drain();
     store_->cursorClosed(name_);
+}
+
+// The next batch. While the caller reads one batch, the server already
+// makes the next (asked for in pipeline mode), so that the two sides of
+// the connection work at the same time instead of taking turns.
+Rc PgCursor::fetch() {
+    PgConn& c = store_->conn();
+    std::string sql = "FETCH " + std::to_string(kFetchRows) + " FROM " + name_;
+    batch_.reset();
+    row_ = 0;
+    if (asked_) {
+        asked_ = false;
+        if (Rc rc = c.drain()) return rc;
+        batch_ = std::move(ahead_);
+        if (!batch_) return RVK_RC_COMM_FAILURE;
+    } else if (Rc rc = c.exec(sql, "read objects", &batch_)) {
+        return rc;
+    }
+    last_ = PQntuples(batch_.get()) < kFetchRows;
+    if (!last_) {
+        if (Rc rc = c.sendOnce(sql, {}, "read objects", &ahead_)) return rc;
+        asked_ = true;
+    }
+    return RVK_RC_OK;
 }
 
 Rc PgCursor::next(ObjectRecord& o, bool& have) {
     have = false;
     if (!batch_ || row_ >= PQntuples(batch_.get())) {
         if (last_) return RVK_RC_OK;
-        batch_.reset();
-        row_ = 0;
-        if (Rc rc = store_->conn().exec("FETCH " + std::to_string(kFetchRows) + " FROM " + name_,
-                                        "read objects", &batch_))
-            return rc;
-        last_ = PQntuples(batch_.get()) < kFetchRows;
+        if (Rc rc = fetch()) return rc;
         if (PQntuples(batch_.get()) == 0) return RVK_RC_OK;
     }
     readObject(Row{batch_.get(), row_++}, o);

@@ -13,6 +13,7 @@
 #include <thread>
 #include <vector>
 
+#include "api/backupquery.h"
 #include "rvkapi.h"
 #include "vltapi/vltapi_testenv.h"
 
@@ -305,3 +306,36 @@ TEST(PgCopy, SqliteRepositoryMovesWithPasswordsIdsStatesAndLog) {
 }
 
 }  // namespace
+
+// A query longer than one batch of the server-side cursor reads ahead: the
+// next batch is on its way while this one is read. Every object comes once
+// and in order, a query ended early with a batch on its way leaves the
+// session usable, and a transaction after it works.
+TEST_F(Pg, LongQueriesReadAheadAndMayEndEarly) {
+    const int n = 12001;  // a little over two batches
+    repo.load("node1", objectLines("/long", n));
+    uint32_t h = 0;
+    ASSERT_EQ(logOn(&h, "node1", "pw-one"), RVK_RC_OK);
+    std::vector<uint64_t> first;
+    for (int pass = 0; pass < 2; ++pass) {
+        auto all = query(h, "/long", "*", "*");
+        EXPECT_EQ(all.lastRc, RVK_RC_FINISHED);
+        std::vector<uint64_t> got = ids(all);
+        if (pass == 0) first = got;
+        EXPECT_EQ(got, first);
+        std::sort(got.begin(), got.end());
+        EXPECT_EQ(std::unique(got.begin(), got.end()), got.end());
+        ASSERT_EQ(got.size(), static_cast<size_t>(n));
+
+        rvkObjName name = BackupQuery::objectName("/long", "*", "*", RVK_OBJ_ANY);
+        BackupQuery early(BackupQuery::library(), h);
+        ASSERT_EQ(early.begin(&name, RVK_STATE_ACTIVE), RVK_RC_OK);
+        for (int i = 0; i < 5001; ++i) ASSERT_EQ(early.next(), RVK_RC_MORE_DATA);
+        EXPECT_EQ(early.end(), RVK_RC_OK);
+    }
+    auto mine = ids(query(h, "/long", "*", "*"));
+    uint16_t reason = 0;
+    EXPECT_EQ(deleteInTxn(h, {mine[0], mine[6000]}, RVK_VOTE_COMMIT, &reason), RVK_RC_OK);
+    EXPECT_EQ(rvkTerminate(h), RVK_RC_OK);
+    EXPECT_EQ(repo.count("node1"), static_cast<size_t>(5 + n - 2));
+}
