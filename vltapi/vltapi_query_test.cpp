@@ -125,20 +125,15 @@ TEST_F(Query, OwnerAndObjectType) {
 }
 
 TEST_F(Query, ProtocolErrors) {
-    rvkDataBlk blk;
-    memset(&blk, 0, sizeof blk);
-    rvkQryRespBackup resp;
-    memset(&resp, 0, sizeof resp);
-    blk.stVersion = RVK_DATABLK_VERSION;
+    auto blk = record<rvkDataBlk>(RVK_DATABLK_VERSION);
+    auto resp = record<rvkQryRespBackup>(0);
     blk.bufferPtr = reinterpret_cast<char*>(&resp);
     blk.bufferLen = sizeof resp;
     EXPECT_EQ(rvkGetNextQObj(h, &blk), RVK_RC_WRONG_STATE);
     EXPECT_EQ(rvkEndQuery(h), RVK_RC_WRONG_STATE);
 
     rvkObjName name = BackupQuery::objectName("*", "*", "*", RVK_OBJ_ANY);
-    rvkQryBackupData q;
-    memset(&q, 0, sizeof q);
-    q.stVersion = 1;
+    auto q = record<rvkQryBackupData>(1);
     q.objName = &name;
     q.objState = RVK_STATE_ACTIVE;
     EXPECT_EQ(rvkBeginQuery(h, RVK_QRY_BACKUP, &q), RVK_RC_BAD_STVERSION);
@@ -160,22 +155,17 @@ TEST_F(Query, ProtocolErrors) {
 }
 
 TEST_F(Query, FileSpaces) {
-    rvkQryFSData q;
-    memset(&q, 0, sizeof q);
-    q.stVersion = RVK_QRYFSDATA_VERSION;
+    auto q = record<rvkQryFSData>(RVK_QRYFSDATA_VERSION);
     q.fsName = const_cast<char*>("/oracle*");
     ASSERT_EQ(rvkBeginQuery(h, RVK_QRY_FILESPACE, &q), RVK_RC_OK);
     rvkQryRespFS resp;
-    rvkDataBlk blk;
-    memset(&blk, 0, sizeof blk);
-    blk.stVersion = RVK_DATABLK_VERSION;
+    auto blk = record<rvkDataBlk>(RVK_DATABLK_VERSION);
     blk.bufferPtr = reinterpret_cast<char*>(&resp);
     blk.bufferLen = sizeof resp;
     std::set<std::string> found;
     int16_t rc;
     for (;;) {
-        memset(&resp, 0, sizeof resp);
-        resp.stVersion = RVK_QRYRESPFS_VERSION;
+        resp = record<rvkQryRespFS>(RVK_QRYRESPFS_VERSION);
         rc = rvkGetNextQObj(h, &blk);
         if (rc != RVK_RC_MORE_DATA) break;
         found.insert(resp.fsName);

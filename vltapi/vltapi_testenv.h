@@ -9,6 +9,7 @@
 #define VLTAPI_VLTAPI_TESTENV_H
 
 #include <stdint.h>
+#include <string.h>
 
 #include <string>
 #include <vector>
@@ -94,6 +95,22 @@ QueryResult query(uint32_t handle, const std::string& fs, const std::string& hl,
                   const char* owner = nullptr, uint8_t type = RVK_OBJ_ANY);
 
 rvkDelInfo delInfo(uint64_t id);
+
+// Load lines (vltadm load) for `n` objects /h/o0 .. /h/o<n-1> in file space
+// `fs`, object i of i + 1 bytes.
+std::string objectLines(const std::string& fs, int n);
+// The ids of a query's objects, in the order they came.
+std::vector<uint64_t> ids(const QueryResult& r);
+
+// A zeroed record of the header's kind T carrying `version`: how every
+// caller hands the library a record.
+template <class T>
+T record(uint16_t version) {
+    T r;
+    memset(&r, 0, sizeof r);
+    r.stVersion = version;
+    return r;
+}
 
 // Deletes ids in one transaction with the vote; returns the end's result.
 int16_t deleteInTxn(uint32_t handle, const std::vector<uint64_t>& ids, uint8_t vote,
