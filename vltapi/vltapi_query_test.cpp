@@ -1,7 +1,6 @@
 // Backup and file-space queries: wildcards, states, point in time, owners,
 // object ids and sizes, and the query protocol's codes.
 #include <gtest/gtest.h>
-#include <string.h>
 
 #include <set>
 

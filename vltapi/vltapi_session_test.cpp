@@ -2,7 +2,6 @@
 // the public header against real repositories.
 #include <gtest/gtest.h>
 #include <stdlib.h>
-#include <string.h>
 #include <sys/stat.h>
 
 #include "rvkapi.h"

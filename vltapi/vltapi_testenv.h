@@ -9,7 +9,6 @@
 #define VLTAPI_VLTAPI_TESTENV_H
 
 #include <stdint.h>
-#include <string.h>
 
 #include <string>
 #include <vector>
@@ -103,11 +102,11 @@ std::string objectLines(const std::string& fs, int n);
 std::vector<uint64_t> ids(const QueryResult& r);
 
 // A zeroed record of the header's kind T carrying `version`: how every
-// caller hands the library a record.
+// caller hands the library a record. (The program has its own in
+// api/drvkapi.h; these tests know the library only through its header.)
 template <class T>
 T record(uint16_t version) {
-    T r;
-    memset(&r, 0, sizeof r);
+    T r{};
     r.stVersion = version;
     return r;
 }

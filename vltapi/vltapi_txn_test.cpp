@@ -1,7 +1,6 @@
 // Transactions and deletion: commit, abort, another node's objects, the
 // server's maximum, and two processes deleting from one repository.
 #include <gtest/gtest.h>
-#include <string.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
