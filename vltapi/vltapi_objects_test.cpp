@@ -26,8 +26,7 @@ class Objects : public ::testing::Test {
     }
 
     static rvkObjName name(const char* fs, const char* hl, const char* ll) {
-        rvkObjName n;
-        memset(&n, 0, sizeof n);
+        rvkObjName n{};
         strcpy(n.fs, fs);
         strcpy(n.hl, hl);
         strcpy(n.ll, ll);

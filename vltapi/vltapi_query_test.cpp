@@ -99,10 +99,7 @@ TEST_F(Query, IdsAndSizesUseBothHalves) {
     for (auto& o : query(h, "*", "*", "*").objects)
         EXPECT_NE(listing.find(std::to_string(o.id) + "\t" + o.fs + "\t" + o.hl + "\t" + o.ll),
                   std::string::npos);
-    std::string many;
-    for (int i = 0; i < 300; ++i)
-        many += "/bulk\t/h\t/o" + std::to_string(i) + "\t2024-01-01 00:00:00\t1\n";
-    repo.load("node1", many);
+    repo.load("node1", objectLines("/bulk", 300));
     bool high = false;
     for (auto& o : query(h, "/bulk", "*", "*").objects) high = high || (o.id >> 32) != 0;
     EXPECT_TRUE(high);
