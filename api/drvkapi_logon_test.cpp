@@ -63,9 +63,7 @@ TEST_F(LogonTest, GivenPasswordLogsOnAndSessionInformationIsFilled) {
 
     // A file space registered twice is no error.
     char fs[] = "/oracle";
-    rvkRegFSData reg;
-    memset(&reg, 0, sizeof reg);
-    reg.stVersion = RVK_REGFSDATA_VERSION;
+    auto reg = rvkRecord<rvkRegFSData>(RVK_REGFSDATA_VERSION);
     reg.fsName = fs;
     EXPECT_EQ(0, api.registerFilespace(&status_, handle, &reg));
     EXPECT_EQ(0, api.registerFilespace(&status_, handle, &reg));

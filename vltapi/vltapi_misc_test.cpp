@@ -52,9 +52,7 @@ TEST(Messages, UnknownCodesAndShortBuffers) {
     EXPECT_EQ(rvkRCMsg(0, 0, nullptr), RVK_RC_NULL_POINTER);
 
     char small[10];
-    rvkMsgBuffer m;
-    memset(&m, 0, sizeof m);
-    m.stVersion = RVK_MSGBUFFER_VERSION;
+    auto m = record<rvkMsgBuffer>(RVK_MSGBUFFER_VERSION);
     m.buffer = small;
     m.bufferSize = sizeof small;
     ASSERT_EQ(rvkRCMsgEx(RVK_RC_AUTH_FAILURE, &m), RVK_RC_OK);
@@ -75,16 +73,12 @@ TEST_F(Events, GoToTheActivityLogAfterTheTransaction) {
     uint32_t h = 0;
     ASSERT_EQ(logOn(&h, "node1", "pw-one"), RVK_RC_OK);
     repo.load("node1", "/fs\t/h\t/a\t2024-01-01 00:00:00\t1\n");
-    rvkLogEventIn in;
-    memset(&in, 0, sizeof in);
-    in.stVersion = RVK_LOGEVENTIN_VERSION;
+    auto in = record<rvkLogEventIn>(RVK_LOGEVENTIN_VERSION);
     in.severity = RVK_SEV_ERROR;
     strcpy(in.appMsgId, "MSG");
     in.logType = RVK_LOG_BOTH;
     in.message = const_cast<char*>("first event\n");
-    rvkLogEventOut out;
-    memset(&out, 0, sizeof out);
-    out.stVersion = RVK_LOGEVENTOUT_VERSION;
+    auto out = record<rvkLogEventOut>(RVK_LOGEVENTOUT_VERSION);
     ASSERT_EQ(rvkLogEventEx(h, &in, &out), RVK_RC_OK);
     EXPECT_GE(out.serverDate.year, 2024);
 

@@ -19,17 +19,14 @@ class Objects : public ::testing::Test {
     void TearDown() override { rvkCleanUp(RVK_MULTITHREAD); }
 
     int16_t registerFs(const char* name) {
-        rvkRegFSData fs;
-        memset(&fs, 0, sizeof fs);
-        fs.stVersion = RVK_REGFSDATA_VERSION;
+        auto fs = record<rvkRegFSData>(RVK_REGFSDATA_VERSION);
         fs.fsName = const_cast<char*>(name);
         fs.fsType = const_cast<char*>("ZEBO");
         return rvkRegisterFS(h, &fs);
     }
 
     static rvkObjName name(const char* fs, const char* hl, const char* ll) {
-        rvkObjName n;
-        memset(&n, 0, sizeof n);
+        rvkObjName n{};
         strcpy(n.fs, fs);
         strcpy(n.hl, hl);
         strcpy(n.ll, ll);
@@ -40,28 +37,20 @@ class Objects : public ::testing::Test {
     // Sends one object with `data` in blocks of `block` bytes.
     int16_t send(const char* ll, const std::string& data, size_t block, uint8_t vote) {
         rvkObjName n = name("/fs", "/h", ll);
-        rvkObjAttr attr;
-        memset(&attr, 0, sizeof attr);
-        attr.stVersion = RVK_OBJATTR_VERSION;
+        auto attr = record<rvkObjAttr>(RVK_OBJATTR_VERSION);
         attr.sizeEstimate.lo = static_cast<uint32_t>(data.size());
         EXPECT_EQ(rvkBeginTxn(h), RVK_RC_OK);
         EXPECT_EQ(rvkSendObj(h, RVK_SEND_BACKUP, nullptr, &n, &attr, nullptr), RVK_RC_OK);
         for (size_t off = 0; off < data.size(); off += block) {
             std::string part = data.substr(off, block);
-            rvkDataBlk b;
-            memset(&b, 0, sizeof b);
-            b.stVersion = RVK_DATABLK_VERSION;
+            auto b = record<rvkDataBlk>(RVK_DATABLK_VERSION);
             b.bufferPtr = &part[0];
             b.bufferLen = b.numBytes = static_cast<uint32_t>(part.size());
             EXPECT_EQ(rvkSendData(h, &b), RVK_RC_OK);
         }
-        rvkEndSendObjExIn in;
-        memset(&in, 0, sizeof in);
-        in.stVersion = RVK_ENDSENDOBJEXIN_VERSION;
+        auto in = record<rvkEndSendObjExIn>(RVK_ENDSENDOBJEXIN_VERSION);
         in.handle = h;
-        rvkEndSendObjExOut out;
-        memset(&out, 0, sizeof out);
-        out.stVersion = RVK_ENDSENDOBJEXOUT_VERSION;
+        auto out = record<rvkEndSendObjExOut>(RVK_ENDSENDOBJEXOUT_VERSION);
         EXPECT_EQ(rvkEndSendObjEx(&in, &out), RVK_RC_OK);
         EXPECT_EQ(out.totalBytesSent, data.size());
         uint16_t reason = 0;
@@ -73,16 +62,12 @@ class Objects : public ::testing::Test {
         rvkU64 oid;
         oid.hi = static_cast<uint32_t>(id >> 32);
         oid.lo = static_cast<uint32_t>(id);
-        rvkGetList list;
-        memset(&list, 0, sizeof list);
-        list.stVersion = RVK_GETLIST_VERSION;
+        auto list = record<rvkGetList>(RVK_GETLIST_VERSION);
         list.numObjId = 1;
         list.objId = &oid;
         EXPECT_EQ(rvkBeginGetData(h, RVK_FALSE, RVK_GET_BACKUP, &list), RVK_RC_OK);
         std::string buf(bufSize, '\0'), result;
-        rvkDataBlk b;
-        memset(&b, 0, sizeof b);
-        b.stVersion = RVK_DATABLK_VERSION;
+        auto b = record<rvkDataBlk>(RVK_DATABLK_VERSION);
         b.bufferPtr = &buf[0];
         b.bufferLen = static_cast<uint32_t>(bufSize);
         int16_t rc = rvkGetObj(h, &oid, &b);
@@ -105,9 +90,7 @@ TEST_F(Objects, RegisterFileSpaceOnce) {
     EXPECT_EQ(registerFs("/fs"), RVK_RC_OK);
     EXPECT_EQ(registerFs("/fs"), RVK_RC_FS_ALREADY_REGISTERED);
     EXPECT_EQ(registerFs("/f*"), RVK_RC_WILDCARD_NOT_ALLOWED);
-    rvkFSUpd upd;
-    memset(&upd, 0, sizeof upd);
-    upd.stVersion = RVK_FSUPD_VERSION;
+    auto upd = record<rvkFSUpd>(RVK_FSUPD_VERSION);
     upd.capacity.lo = 1000;
     EXPECT_EQ(rvkUpdateFS(h, const_cast<char*>("/fs"), &upd, RVK_FSUPD_CAPACITY), RVK_RC_OK);
     EXPECT_EQ(rvkUpdateFS(h, const_cast<char*>("/nofs"), &upd, RVK_FSUPD_CAPACITY),
@@ -138,9 +121,7 @@ TEST_F(Objects, AbortedSendLeavesNothing) {
     ASSERT_EQ(send("/gone", "some data", 4, RVK_VOTE_ABORT), RVK_RC_OK);
     EXPECT_EQ(query(h, "/fs", "*", "*", RVK_STATE_ANY).lastRc, RVK_RC_NO_MATCH);
     rvkObjName n = name("/unregistered", "/h", "/x");
-    rvkObjAttr attr;
-    memset(&attr, 0, sizeof attr);
-    attr.stVersion = RVK_OBJATTR_VERSION;
+    auto attr = record<rvkObjAttr>(RVK_OBJATTR_VERSION);
     ASSERT_EQ(rvkBeginTxn(h), RVK_RC_OK);
     EXPECT_EQ(rvkSendObj(h, RVK_SEND_BACKUP, nullptr, &n, &attr, nullptr),
               RVK_RC_FS_NOT_REGISTERED);
@@ -157,9 +138,7 @@ TEST_F(Objects, RenameUpdateAndDeleteFileSpace) {
     uint64_t a = query(h, "/fs", "/h", "/a").objects.at(0).id;
 
     rvkObjName old = name("/fs", "/h", "/a");
-    rvkRenameIn ren;
-    memset(&ren, 0, sizeof ren);
-    ren.stVersion = RVK_RENAMEIN_VERSION;
+    auto ren = record<rvkRenameIn>(RVK_RENAMEIN_VERSION);
     ren.repository = RVK_REPOS_BACKUP;
     ren.objName = &old;
     strcpy(ren.newHl, "/h");
@@ -177,9 +156,7 @@ TEST_F(Objects, RenameUpdateAndDeleteFileSpace) {
     EXPECT_EQ(query(h, "/fs", "/h", "/c").objects.at(0).id, a);
 
     rvkObjName bName = name("/fs", "/h", "/b");
-    rvkObjAttr attr;
-    memset(&attr, 0, sizeof attr);
-    attr.stVersion = RVK_OBJATTR_VERSION;
+    auto attr = record<rvkObjAttr>(RVK_OBJATTR_VERSION);
     strcpy(attr.owner, "grid");
     ASSERT_EQ(rvkBeginTxn(h), RVK_RC_OK);
     EXPECT_EQ(rvkUpdateObj(h, RVK_SEND_BACKUP, nullptr, &bName, &attr, RVK_UPDOBJ_OWNER),
@@ -195,9 +172,7 @@ TEST_F(Objects, RenameUpdateAndDeleteFileSpace) {
 
 TEST_F(Objects, ManagementClassAndUnsupportedFunctions) {
     rvkObjName n = name("/fs", "/h", "/x");
-    rvkMcBindKey key;
-    memset(&key, 0, sizeof key);
-    key.stVersion = RVK_MCBINDKEY_VERSION;
+    auto key = record<rvkMcBindKey>(RVK_MCBINDKEY_VERSION);
     EXPECT_EQ(rvkBindMC(h, &n, RVK_SEND_BACKUP, &key), RVK_RC_OK);
     EXPECT_STREQ(key.mcName, "STANDARD");
     EXPECT_EQ(rvkBindMC(h, &n, RVK_SEND_ARCHIVE, &key), RVK_RC_NOT_SUPPORTED);
@@ -209,9 +184,7 @@ TEST_F(Objects, ManagementClassAndUnsupportedFunctions) {
     EXPECT_EQ(rvkQueryAccess(h, &rules, &count), RVK_RC_NOT_SUPPORTED);
     EXPECT_EQ(count, 0);
     EXPECT_EQ(rvkDeleteAccess(h, 1), RVK_RC_NOT_SUPPORTED);
-    rvkGroupHandlerIn gin;
-    memset(&gin, 0, sizeof gin);
-    gin.stVersion = RVK_GROUPIN_VERSION;
+    auto gin = record<rvkGroupHandlerIn>(RVK_GROUPIN_VERSION);
     gin.handle = h;
     gin.actionType = RVK_GROUP_OPEN;
     rvkGroupHandlerOut gout;

@@ -21,20 +21,6 @@ using namespace vltest;
 
 namespace {
 
-std::string objectLines(const std::string& fs, int n) {
-    std::string s;
-    for (int i = 0; i < n; ++i)
-        s += fs + "\t/h\t/o" + std::to_string(i) + "\t2024-01-02 03:04:05\t" +
-             std::to_string(i + 1) + "\n";
-    return s;
-}
-
-std::vector<uint64_t> ids(const QueryResult& r) {
-    std::vector<uint64_t> out;
-    for (const Obj& o : r.objects) out.push_back(o.id);
-    return out;
-}
-
 size_t deletions(const Repo& repo, uint64_t id) {
     size_t n = 0;
     for (auto& line : repo.actlog())

@@ -1,7 +1,6 @@
 // Backup and file-space queries: wildcards, states, point in time, owners,
 // object ids and sizes, and the query protocol's codes.
 #include <gtest/gtest.h>
-#include <string.h>
 
 #include <set>
 
@@ -100,10 +99,7 @@ TEST_F(Query, IdsAndSizesUseBothHalves) {
     for (auto& o : query(h, "*", "*", "*").objects)
         EXPECT_NE(listing.find(std::to_string(o.id) + "\t" + o.fs + "\t" + o.hl + "\t" + o.ll),
                   std::string::npos);
-    std::string many;
-    for (int i = 0; i < 300; ++i)
-        many += "/bulk\t/h\t/o" + std::to_string(i) + "\t2024-01-01 00:00:00\t1\n";
-    repo.load("node1", many);
+    repo.load("node1", objectLines("/bulk", 300));
     bool high = false;
     for (auto& o : query(h, "/bulk", "*", "*").objects) high = high || (o.id >> 32) != 0;
     EXPECT_TRUE(high);
@@ -125,20 +121,15 @@ TEST_F(Query, OwnerAndObjectType) {
 }
 
 TEST_F(Query, ProtocolErrors) {
-    rvkDataBlk blk;
-    memset(&blk, 0, sizeof blk);
-    rvkQryRespBackup resp;
-    memset(&resp, 0, sizeof resp);
-    blk.stVersion = RVK_DATABLK_VERSION;
+    auto blk = record<rvkDataBlk>(RVK_DATABLK_VERSION);
+    auto resp = record<rvkQryRespBackup>(0);
     blk.bufferPtr = reinterpret_cast<char*>(&resp);
     blk.bufferLen = sizeof resp;
     EXPECT_EQ(rvkGetNextQObj(h, &blk), RVK_RC_WRONG_STATE);
     EXPECT_EQ(rvkEndQuery(h), RVK_RC_WRONG_STATE);
 
     rvkObjName name = BackupQuery::objectName("*", "*", "*", RVK_OBJ_ANY);
-    rvkQryBackupData q;
-    memset(&q, 0, sizeof q);
-    q.stVersion = 1;
+    auto q = record<rvkQryBackupData>(1);
     q.objName = &name;
     q.objState = RVK_STATE_ACTIVE;
     EXPECT_EQ(rvkBeginQuery(h, RVK_QRY_BACKUP, &q), RVK_RC_BAD_STVERSION);
@@ -160,22 +151,17 @@ TEST_F(Query, ProtocolErrors) {
 }
 
 TEST_F(Query, FileSpaces) {
-    rvkQryFSData q;
-    memset(&q, 0, sizeof q);
-    q.stVersion = RVK_QRYFSDATA_VERSION;
+    auto q = record<rvkQryFSData>(RVK_QRYFSDATA_VERSION);
     q.fsName = const_cast<char*>("/oracle*");
     ASSERT_EQ(rvkBeginQuery(h, RVK_QRY_FILESPACE, &q), RVK_RC_OK);
     rvkQryRespFS resp;
-    rvkDataBlk blk;
-    memset(&blk, 0, sizeof blk);
-    blk.stVersion = RVK_DATABLK_VERSION;
+    auto blk = record<rvkDataBlk>(RVK_DATABLK_VERSION);
     blk.bufferPtr = reinterpret_cast<char*>(&resp);
     blk.bufferLen = sizeof resp;
     std::set<std::string> found;
     int16_t rc;
     for (;;) {
-        memset(&resp, 0, sizeof resp);
-        resp.stVersion = RVK_QRYRESPFS_VERSION;
+        resp = record<rvkQryRespFS>(RVK_QRYRESPFS_VERSION);
         rc = rvkGetNextQObj(h, &blk);
         if (rc != RVK_RC_MORE_DATA) break;
         found.insert(resp.fsName);

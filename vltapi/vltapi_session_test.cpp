@@ -2,7 +2,6 @@
 // the public header against real repositories.
 #include <gtest/gtest.h>
 #include <stdlib.h>
-#include <string.h>
 #include <sys/stat.h>
 
 #include "rvkapi.h"
@@ -27,9 +26,7 @@ TEST_F(Session, LogOnAndSessionInformation) {
     uint32_t h = 0;
     ASSERT_EQ(logOn(&h, "node1", "pw-one", "oracle"), RVK_RC_OK);
     EXPECT_NE(h, 0u);
-    rvkSessInfo info;
-    memset(&info, 0, sizeof info);
-    info.stVersion = RVK_SESSINFO_VERSION;
+    auto info = record<rvkSessInfo>(RVK_SESSINFO_VERSION);
     ASSERT_EQ(rvkQuerySessInfo(h, &info), RVK_RC_OK);
     EXPECT_STREQ(info.serverName, "TESTSRV");
     EXPECT_STREQ(info.id, "NODE1");
@@ -50,9 +47,7 @@ TEST_F(Session, LogOnAndSessionInformation) {
     ASSERT_EQ(rvkQuerySessInfo(h, &info), RVK_RC_OK);
     EXPECT_EQ(info.maxObjPerTxn, 7u);
 
-    rvkSessOptions so;
-    memset(&so, 0, sizeof so);
-    so.stVersion = RVK_SESSOPTIONS_VERSION;
+    auto so = record<rvkSessOptions>(RVK_SESSOPTIONS_VERSION);
     ASSERT_EQ(rvkQuerySessOptions(h, &so), RVK_RC_OK);
     EXPECT_STREQ(so.nodeName, "NODE1");
     EXPECT_EQ(so.passwordAccess, RVK_PASSWD_PROMPT);
@@ -126,15 +121,11 @@ TEST_F(Session, BadOptionsNameTheLine) {
 }
 
 TEST_F(Session, OptionFileFromEnvironment) {
-    rvkEnvSetUp env;
-    memset(&env, 0, sizeof env);
-    env.stVersion = RVK_ENVSETUP_VERSION;
+    auto env = record<rvkEnvSetUp>(RVK_ENVSETUP_VERSION);
     // RVKI_DIR/rvk.opt when nothing else names one.
     setenv("RVKI_DIR", repo.path("").c_str(), 1);
     ASSERT_EQ(rvkSetUp(RVK_MULTITHREAD, &env), RVK_RC_OK);
-    rvkCliOptions co;
-    memset(&co, 0, sizeof co);
-    co.stVersion = RVK_CLIOPTIONS_VERSION;
+    auto co = record<rvkCliOptions>(RVK_CLIOPTIONS_VERSION);
     ASSERT_EQ(rvkQueryCliOptions(&co), RVK_RC_OK);
     EXPECT_STREQ(co.serverName, "TESTSRV");
     EXPECT_STREQ(co.nodeName, "NODE1");
@@ -161,9 +152,7 @@ TEST_F(Session, GenerateUsesTheStoredPassword) {
     ASSERT_EQ(setUp(gen.optFile()), RVK_RC_OK);
     uint32_t h = 0;
     EXPECT_EQ(logOn(&h, nullptr, nullptr), RVK_RC_OK);
-    rvkCliOptions co;
-    memset(&co, 0, sizeof co);
-    co.stVersion = RVK_CLIOPTIONS_VERSION;
+    auto co = record<rvkCliOptions>(RVK_CLIOPTIONS_VERSION);
     ASSERT_EQ(rvkQueryCliOptions(&co), RVK_RC_OK);
     EXPECT_EQ(co.passwordAccess, RVK_PASSWD_GENERATE);
 
@@ -194,36 +183,25 @@ TEST_F(Session, ExpiredPasswordMustBeChanged) {
 
 TEST_F(Session, RecordVersionsAndOlderLogOn) {
     ASSERT_EQ(setUp(repo.optFile()), RVK_RC_OK);
-    rvkInitExIn in;
-    memset(&in, 0, sizeof in);
-    in.stVersion = 3;
-    rvkInitExOut out;
-    memset(&out, 0, sizeof out);
-    out.stVersion = RVK_INITEXOUT_VERSION;
+    auto in = record<rvkInitExIn>(3);
+    auto out = record<rvkInitExOut>(RVK_INITEXOUT_VERSION);
     uint32_t h = 0;
     EXPECT_EQ(rvkInitEx(&h, &in, &out), RVK_RC_BAD_STVERSION);
     EXPECT_EQ(rvkInitEx(nullptr, &in, &out), RVK_RC_NULL_POINTER);
-    rvkEnvSetUp env;
-    memset(&env, 0, sizeof env);
-    env.stVersion = 3;
+    auto env = record<rvkEnvSetUp>(3);
     EXPECT_EQ(rvkSetUp(RVK_MULTITHREAD, &env), RVK_RC_BAD_STVERSION);
 
     // The older log-on and version queries.
-    rvkApiVersion v;
-    memset(&v, 0, sizeof v);
-    v.stVersion = RVK_APIVERSION_VERSION;
+    auto v = record<rvkApiVersion>(RVK_APIVERSION_VERSION);
     rvkQueryApiVersion(&v);
     EXPECT_EQ(v.version, RVK_API_VERSION);
-    rvkApiVersionEx vx;
-    memset(&vx, 0, sizeof vx);  // a zero version is answered too
+    auto vx = record<rvkApiVersionEx>(0);  // a zero version is answered too
     rvkQueryApiVersionEx(&vx);
     EXPECT_GE(vx.version * 10000 + vx.release * 1000 + vx.level * 100, 55000);
     EXPECT_EQ(rvkInit(&h, &v, const_cast<char*>("node2"), nullptr, const_cast<char*>("pw-two"),
                       const_cast<char*>("test"), nullptr, nullptr),
               RVK_RC_OK);
-    rvkSessInfo info;
-    memset(&info, 0, sizeof info);
-    info.stVersion = 2;
+    auto info = record<rvkSessInfo>(2);
     EXPECT_EQ(rvkQuerySessInfo(h, &info), RVK_RC_BAD_STVERSION);
     info.stVersion = RVK_SESSINFO_VERSION;
     ASSERT_EQ(rvkQuerySessInfo(h, &info), RVK_RC_OK);

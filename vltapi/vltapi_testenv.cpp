@@ -206,6 +206,20 @@ QueryResult query(uint32_t handle, const std::string& fs, const std::string& hl,
     return res;
 }
 
+std::string objectLines(const std::string& fs, int n) {
+    std::string s;
+    for (int i = 0; i < n; ++i)
+        s += fs + "\t/h\t/o" + std::to_string(i) + "\t2024-01-02 03:04:05\t" +
+             std::to_string(i + 1) + "\n";
+    return s;
+}
+
+std::vector<uint64_t> ids(const QueryResult& r) {
+    std::vector<uint64_t> out;
+    for (const Obj& o : r.objects) out.push_back(o.id);
+    return out;
+}
+
 rvkDelInfo delInfo(uint64_t id) {
     rvkDelInfo d;
     d.stVersion = RVK_DELINFO_VERSION;

@@ -95,6 +95,22 @@ QueryResult query(uint32_t handle, const std::string& fs, const std::string& hl,
 
 rvkDelInfo delInfo(uint64_t id);
 
+// Load lines (vltadm load) for `n` objects /h/o0 .. /h/o<n-1> in file space
+// `fs`, object i of i + 1 bytes.
+std::string objectLines(const std::string& fs, int n);
+// The ids of a query's objects, in the order they came.
+std::vector<uint64_t> ids(const QueryResult& r);
+
+// A zeroed record of the header's kind T carrying `version`: how every
+// caller hands the library a record. (The program has its own in
+// api/drvkapi.h; these tests know the library only through its header.)
+template <class T>
+T record(uint16_t version) {
+    T r{};
+    r.stVersion = version;
+    return r;
+}
+
 // Deletes ids in one transaction with the vote; returns the end's result.
 int16_t deleteInTxn(uint32_t handle, const std::vector<uint64_t>& ids, uint8_t vote,
                     uint16_t* reason, std::vector<int16_t>* deleteRcs = nullptr);

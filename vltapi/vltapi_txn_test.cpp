@@ -1,9 +1,6 @@
-// Transactions and deletion: commit, abort, a client killed inside a
-// transaction, another node's objects, the server's maximum, and two
-// processes deleting from one repository.
+// Transactions and deletion: commit, abort, another node's objects, the
+// server's maximum, and two processes deleting from one repository.
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <string.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,20 +12,6 @@
 using namespace vltest;
 
 namespace {
-
-std::string objectLines(const std::string& fs, int n) {
-    std::string s;
-    for (int i = 0; i < n; ++i)
-        s += fs + "\t/h\t/o" + std::to_string(i) + "\t2024-01-01 00:00:00\t" + std::to_string(i) +
-             "\n";
-    return s;
-}
-
-std::vector<uint64_t> ids(const QueryResult& r) {
-    std::vector<uint64_t> v;
-    for (auto& o : r.objects) v.push_back(o.id);
-    return v;
-}
 
 class Txn : public ::testing::Test {
   protected:
@@ -119,14 +102,10 @@ TEST_F(Txn, ExtendedEndAndStateErrors) {
     EXPECT_EQ(rvkBeginTxn(h), RVK_RC_WRONG_STATE);
     EXPECT_EQ(rvkDeleteObj(h, RVK_DEL_ARCHIVE, delInfo(mine[0])), RVK_RC_NOT_SUPPORTED);
     EXPECT_EQ(rvkEndTxn(h, 7, &reason), RVK_RC_INVALID_ARGUMENT);
-    rvkEndTxnExIn in;
-    memset(&in, 0, sizeof in);
-    in.stVersion = RVK_ENDTXNEXIN_VERSION;
+    auto in = record<rvkEndTxnExIn>(RVK_ENDTXNEXIN_VERSION);
     in.handle = h;
     in.vote = RVK_VOTE_ABORT;
-    rvkEndTxnExOut out;
-    memset(&out, 0, sizeof out);
-    out.stVersion = RVK_ENDTXNEXOUT_VERSION;
+    auto out = record<rvkEndTxnExOut>(RVK_ENDTXNEXOUT_VERSION);
     EXPECT_EQ(rvkEndTxnEx(&in, &out), RVK_RC_OK);
     EXPECT_EQ(out.reason, 0);
     ASSERT_EQ(rvkBeginTxn(h), RVK_RC_OK);
@@ -144,42 +123,6 @@ TEST_F(Txn, NodeWithoutDeleteRight) {
     EXPECT_EQ(rvkDeleteObj(h2, RVK_DEL_BACKUP_ID, delInfo(mine[0])), RVK_RC_DELETE_NOT_ALLOWED);
     uint16_t reason = 0;
     EXPECT_EQ(rvkEndTxn(h2, RVK_VOTE_ABORT, &reason), RVK_RC_OK);
-}
-
-TEST_F(Txn, KilledClientLeavesEveryObjectOfItsTransaction) {
-    int fds[2];
-    ASSERT_EQ(pipe(fds), 0);
-    pid_t pid = fork();
-    ASSERT_GE(pid, 0);
-    if (pid == 0) {
-        close(fds[0]);
-        uint32_t ch = 0;
-        char state = 'R';
-        if (setUp(repo.optFile()) != RVK_RC_OK || logOn(&ch, "node1", "pw-one") != RVK_RC_OK ||
-            rvkBeginTxn(ch) != RVK_RC_OK)
-            state = 'F';
-        for (uint64_t id : mine)
-            if (state == 'R' && rvkDeleteObj(ch, RVK_DEL_BACKUP_ID, delInfo(id)) != RVK_RC_OK)
-                state = 'F';
-        if (write(fds[1], &state, 1) != 1) _exit(3);
-        pause();
-        _exit(0);
-    }
-    close(fds[1]);
-    char state = 0;
-    ASSERT_EQ(read(fds[0], &state, 1), 1);
-    close(fds[0]);
-    EXPECT_EQ(state, 'R');
-    kill(pid, SIGKILL);
-    int status = 0;
-    waitpid(pid, &status, 0);
-    EXPECT_TRUE(WIFSIGNALED(status));
-    EXPECT_EQ(repo.count("node1"), 10u);
-    EXPECT_EQ(query(h, "*", "*", "*").objects.size(), 10u);
-    // The dead client's lock went with it.
-    uint16_t reason = 0;
-    EXPECT_EQ(deleteInTxn(h, mine, RVK_VOTE_COMMIT, &reason), RVK_RC_OK);
-    EXPECT_EQ(repo.count("node1"), 0u);
 }
 
 TEST_F(Txn, TwoProcessesDeleteFromOneRepository) {

@@ -13,6 +13,7 @@
 
 namespace {
 
+using zebotest::occurrences;
 using zebotest::readFile;
 
 // A clock that moves only when a test says so.
@@ -30,12 +31,6 @@ void advance(long ms) {
 // A category name as reports show it: padded with blanks to 21 characters.
 std::string pad(const std::string& name) {
     return name + std::string(21 - name.size(), ' ');
-}
-
-int count(const std::string& text, const std::string& part) {
-    int n = 0;
-    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) n++;
-    return n;
 }
 
 class InstrTest : public ::testing::Test {
@@ -168,9 +163,9 @@ TEST_F(InstrTest, SleepAndConditionWaitsAreAccounted) {
     psThreadingInit(0);
 
     std::string text = report();
-    EXPECT_EQ(2, count(text, "\nSleep                    ")) << text;
-    EXPECT_EQ(1, count(text, "\nThread Wait              ")) << text;
-    EXPECT_EQ(2, count(text, "Detailed Instrumentation statistics for\n")) << text;
+    EXPECT_EQ(2u, occurrences(text, "\nSleep                    ")) << text;
+    EXPECT_EQ(1u, occurrences(text, "\nThread Wait              ")) << text;
+    EXPECT_EQ(2u, occurrences(text, "Detailed Instrumentation statistics for\n")) << text;
 }
 
 TEST_F(InstrTest, UnopenableReportLeavesInstrumentationOff) {
