@@ -209,15 +209,11 @@ TEST_F(SyncServerTest, EmptyAnswersEndTheRunAndTraceTheExitAroundTheSessionEnd) 
     for (const char* input : {"\n\n\n", "rman\n\n\n\n"}) {
         SCOPED_TRACE(input);
         const bool noUser = input[0] == '\n';
-        std::string path = install.path("trace.out");
-        trcInit(0, 0, 0);
-        ASSERT_EQ(0, trOpen(path.c_str(), 0));
-        TR_ORCLEVEL0 = 1;
-        TR_API = 1;
+        TraceToFile trace({&TR_ORCLEVEL0, &TR_API});
         handleSeen = 0;
         answer(input);
         EXPECT_EQ(-1, sync());
-        trClose(1);
+        std::string text = trace.finish();
         fclose(answerStream);
         answerStream = nullptr;
         EXPECT_TRUE(sessionEnded());
@@ -225,13 +221,11 @@ TEST_F(SyncServerTest, EmptyAnswersEndTheRunAndTraceTheExitAroundTheSessionEnd) 
             EXPECT_EQ(3u, count("QEV2623E"));
             EXPECT_EQ(0u, count("password"));
         }
-        std::string text = zebotest::readFile(path);
         size_t ended = text.find("Exit DRvkApi::drvkTerminate()");
         size_t exit = text.find(" entered 3 times\n");
         ASSERT_NE(std::string::npos, ended) << text;
         ASSERT_NE(std::string::npos, exit) << text;
         EXPECT_EQ(noUser, ended < exit) << text;
-        unlink(path.c_str());
     }
 }
 
