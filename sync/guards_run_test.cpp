@@ -4,7 +4,6 @@
 // lines, implausible results, failures in the middle of a deletion. The
 // report of -OUTfile is read as a script would.
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include "sync/syncrun_testutil.h"
 #include "testing/testutil.h"
@@ -26,7 +25,8 @@ std::vector<std::string> orphans(const std::string& report) {
 
 TEST_F(GuardRunTest, ErrorsInTheSpoolEndTheRunLikeAFailedQuery) {
     // A user who logs on but does not own the catalog: SQL*Plus ends with
-    // status 0 and spools ORA-00942.
+    // status 0 and spools ORA-00942. Which lines are errors, and the words
+    // of the message, are tested in spoolerrors_test.cpp.
     syncrun::Scratch scratch(6, {1}, 5);
     scratch.addGuest("reader", "readerpw");
     zebotest::RunResult r =
@@ -34,38 +34,8 @@ TEST_F(GuardRunTest, ErrorsInTheSpoolEndTheRunLikeAFailedQuery) {
     EXPECT_EQ(255, r.status) << r.out;
     EXPECT_NE(std::string::npos, r.out.find("ORA-00942: table or view does not exist")) << r.out;
     EXPECT_NE(std::string::npos, r.out.find("QEV2630E")) << r.out;
-    EXPECT_NE(std::string::npos, r.out.find("as user reader with the connect string \"CAT1\""));
-    EXPECT_EQ(std::string::npos, r.out.find("readerpw\"")) << "no password in the message";
     EXPECT_EQ(std::string::npos, r.out.find("Command: ")) << "no pick list";
     EXPECT_EQ("1 2 3 4 5 6", scratch.onServer());
-
-    // A stand-in that spools what SQL*Plus writes after other failures and
-    // still ends with 0.
-    const char* spools[] = {
-        "ERROR:\nORA-01017: invalid username/password; logon denied\n\n",
-        "SP2-0734: unknown command beginning \"selct hand...\" - rest of line ignored.\n",
-        "piece1\nselect handle from rc_backup_piece\n       *\nERROR at line 1:\n"
-        "ORA-00904: \"HANDLE\": invalid identifier\n",
-    };
-    for (const char* spool : spools) {
-        SCOPED_TRACE(spool);
-        std::string bin = scratch.path("standin");
-        mkdir(bin.c_str(), 0755);
-        zebotest::writeFile(scratch.path("standin.out"), spool);
-        zebotest::writeFile(bin + "/sqlplus",
-                            "#!/bin/sh\nscript=${2#@}\n"
-                            "spool=$(sed -n 's/^spool //p' \"$script\" | head -n 1)\n"
-                            "cat " +
-                                shellQuoted(scratch.path("standin.out")) +
-                                " > \"$spool\"\nexit 0\n",
-                            0755);
-        r = zebotest::run(scratch.command("PATH=" + shellQuoted(bin) + ":\"$PATH\""),
-                          syncrun::Scratch::catalogAnswers() + "+\no\ny\n");
-        EXPECT_EQ(255, r.status) << r.out;
-        EXPECT_NE(std::string::npos, r.out.find("QEV2630E")) << r.out;
-        EXPECT_EQ(std::string::npos, r.out.find("Command: ")) << r.out;
-        EXPECT_EQ("1 2 3 4 5 6", scratch.onServer());
-    }
 }
 
 TEST_F(GuardRunTest, HandlesWiderThanTheSpoolLineMatchTheirObjects) {
@@ -149,7 +119,8 @@ TEST_F(GuardRunTest, TheSummaryTellsWhatAFailedCommitLeft) {
 
 TEST_F(GuardRunTest, DryRunReportsAndUnwritableReports) {
     syncrun::Scratch scratch(4, {2}, 5);
-    // JSON by its name; Q leaves: the exact list, nothing deleted.
+    // JSON by its name (its layout: orphanreport_test.cpp); Q leaves: the
+    // exact list, nothing deleted.
     std::string json = scratch.path("orphans.json");
     zebotest::RunResult r = zebotest::run(scratch.command() + " -OUTfile=" + shellQuoted(json),
                                           syncrun::Scratch::catalogAnswers() + "q\n");
@@ -158,9 +129,6 @@ TEST_F(GuardRunTest, DryRunReportsAndUnwritableReports) {
     std::string text = zebotest::readFile(json);
     EXPECT_EQ(0u, text.find("{\n  \"orphans\": [\n    {\"object_id\": ")) << text;
     EXPECT_EQ(3u, zebotest::occurrences(text, "\"name\": \"/koruorc/db1/piece"));
-    EXPECT_NE(std::string::npos,
-              text.find("\"inserted\": \"2024-01-11T03:04:05\", \"size\": 1000"));
-    EXPECT_NE(std::string::npos, text.find("\"passes\": []\n}\n"));
     EXPECT_EQ(std::string::npos, text.find("piece2\""));
 
     // A folder that does not exist, and a folder as the path: reported
