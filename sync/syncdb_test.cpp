@@ -114,11 +114,7 @@ class SyncServerTest : public ::testing::Test {
         shown = testing::internal::GetCapturedStdout();
         return rc;
     }
-    size_t count(const std::string& text) {
-        size_t n = 0;
-        for (size_t p = shown.find(text); p != std::string::npos; p = shown.find(text, p + 1)) ++n;
-        return n;
-    }
+    size_t count(const std::string& text) { return zebotest::occurrences(shown, text); }
     bool sessionEnded() {
         rvkSessInfo info;
         memset(&info, 0, sizeof info);
