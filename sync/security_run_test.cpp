@@ -90,8 +90,6 @@ pid_t firstChild(pid_t pid) {
     return text.empty() ? 0 : static_cast<pid_t>(atol(text.c_str()));
 }
 
-// Whether the process is gone or only waits to be reaped (by whoever
-// inherited it).
 // Traces the run's entries and exits and gives it a temporary folder of its
 // own, named `name`, whose path is returned.
 std::string tracedWithPrivateTmp(syncrun::Scratch& scratch, const std::string& name = "tmp") {
@@ -101,6 +99,8 @@ std::string tracedWithPrivateTmp(syncrun::Scratch& scratch, const std::string& n
     return tmp;
 }
 
+// Whether the process is gone or only waits to be reaped (by whoever
+// inherited it).
 bool ended(pid_t pid) {
     std::string stat = zebotest::readFile("/proc/" + std::to_string(pid) + "/stat");
     size_t paren = stat.rfind(')');
