@@ -71,6 +71,11 @@ inline const char* nodePassword() {
     return "pw-one-12345";
 }
 
+// Writes `value` into the option slot `slot` of `context`, cut to its size.
+inline void setSlot(AgentContext* context, int slot, const std::string& value) {
+    snprintf(context->optValue[slot], ZEBO_OPT_VALUE_SIZE, "%s", value.c_str());
+}
+
 // Single quotes around a text for /bin/sh.
 inline std::string shellQuoted(const std::string& text) {
     std::string out = "'";
@@ -126,8 +131,8 @@ class Install {
         EXPECT_EQ(0, loadClientLibrary());
         EXPECT_EQ(0, setUpApi(path(""), logDir()));
         AgentContext context = AgentContext();
-        snprintf(context.optValue[OPT_ZEBO_NODE], ZEBO_OPT_VALUE_SIZE, "%s", nodeName());
-        snprintf(context.optValue[OPT_ZEBO_PSWDPATH], ZEBO_OPT_VALUE_SIZE, "%s", path("").c_str());
+        setSlot(&context, OPT_ZEBO_NODE, nodeName());
+        setSlot(&context, OPT_ZEBO_PSWDPATH, path(""));
         return context;
     }
 

@@ -16,8 +16,9 @@ namespace {
 
 using agenttest::EnvSetting;
 
-// Set-up and log-on against a real repository; the failures of single
-// calls against the in-process server.
+// Log-on against a real repository without a usable password file (every
+// whole run of zebosync logs on with one); the failures of single calls
+// against the in-process server.
 class SessionTest : public ::testing::Test {
   protected:
     SessionTest()
@@ -28,10 +29,6 @@ class SessionTest : public ::testing::Test {
     ~SessionTest() override {
         if (context_.rvkHandle) gRvkApiObjP->drvkTerminate(RvkApiStatusObjP, context_.rvkHandle);
     }
-    void readOptions(bool withNode) {
-        install_.writeZeboOpt("", withNode);
-        ASSERT_EQ(0, zeboReadOptions(&context_));
-    }
     std::string errorLog() const { return zebotest::readFile(install_.path("log/zeboerror.log")); }
 
     agenttest::Install install_;
@@ -39,20 +36,9 @@ class SessionTest : public ::testing::Test {
     AgentContext context_ = AgentContext();
 };
 
-TEST_F(SessionTest, LogOnWithThePasswordFileTakesTheServersLimit) {
-    install_.adm("set maxobjpertxn 7");
-    readOptions(true);
-    ASSERT_EQ(0, psDoRvkSetUp(&context_));
-    EXPECT_EQ(1, context_.apiCleanUpDue);
-    ASSERT_EQ(0, pszeboUpdatePswd(agenttest::nodePassword(), &context_));
-
-    ASSERT_EQ(0, zeboSession(&context_));
-    EXPECT_NE(0u, context_.rvkHandle);
-    EXPECT_EQ(7u, context_.maxObjPerTxn);
-}
-
 TEST_F(SessionTest, MissingOrWrongPasswordFile) {
-    readOptions(true);
+    install_.writeZeboOpt();
+    ASSERT_EQ(0, zeboReadOptions(&context_));
     ASSERT_EQ(0, psDoRvkSetUp(&context_));
     // No file: the session ends before any log-on, which would have owed
     // the API's clean-up.
@@ -85,22 +71,11 @@ TEST_F(SessionTest, MissingOrWrongPasswordFile) {
         << errorLog();
 }
 
-TEST_F(SessionTest, WithoutNodeOrOwnerNoPasswordFileIsRead) {
-    readOptions(false);
-    ASSERT_EQ(1, context_.nodeFromApi);
-    ASSERT_EQ(0, psDoRvkSetUp(&context_));
-    // The client options ask for a password and none is given: the API's
-    // refusal, not the missing password file, ends the log-on.
-    int16_t rc = zeboSession(&context_);
-    EXPECT_NE(0, rc);
-    EXPECT_NE(168, rc);
-    EXPECT_EQ(std::string::npos, std::string(context_.errorText).find("QEV2519E"));
-}
-
 using Call = zebotest::FakeServer::Call;
 
-// The session on the in-process server, the node found by the API (so no
-// password file is read), with one call failing: its code, and the trace.
+// The session on the in-process server, the node found by the API: no
+// password file is read (there is none, and the log-on succeeds), with
+// one call failing: its code, and the trace.
 struct FakeSession {
     explicit FakeSession(Call call, int from, int16_t failRc, int to = 0) {
         agenttest::openMessages();

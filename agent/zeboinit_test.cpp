@@ -14,11 +14,8 @@
 namespace {
 
 using agenttest::EnvSetting;
+using agenttest::setSlot;
 using zebotest::readFile;
-
-void setSlot(AgentContext* context, int slot, const std::string& value) {
-    snprintf(context->optValue[slot], ZEBO_OPT_VALUE_SIZE, "%s", value.c_str());
-}
 
 TEST(ZeboInitTest, FormatNumbersOutOfTheirOwnRangeBecomeOne) {
     struct Case {

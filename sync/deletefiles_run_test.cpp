@@ -3,8 +3,8 @@
 // A failed call ends the run, so what the pick list kept after it is never
 // seen: the server, the logs and the exit status are what count. The
 // failures of single calls are tested in-process (deletefiles_test.cpp,
-// getpicklist_test.cpp); a run for the query and one for a deletion check
-// that their codes become the exit status.
+// getpicklist_test.cpp) and in whole runs by the fault matrix
+// (testing/faults).
 #include <gtest/gtest.h>
 
 #include "sync/syncrun_testutil.h"
@@ -41,32 +41,6 @@ TEST_F(DeleteRunTest, NothingPickedBeginsAndCommitsOneEmptyTransaction) {
     EXPECT_EQ(0, r.status) << r.err;
     EXPECT_EQ("BE", syncrun::transactionCalls(scratch.trace()));
     EXPECT_EQ("1 2 3 4", scratch.onServer());
-}
-
-TEST_F(DeleteRunTest, AFailedDeletionAbortsAndBecomesTheExitStatus) {
-    // All five in one transaction; the library fails the third deletion
-    // with "server busy" (130).
-    syncrun::Scratch scratch(5, {}, 10);
-    zebotest::RunResult r = zebotest::run(scratch.command("RVK_FAULTS=rvkDeleteObj@3=130"),
-                                          syncrun::Scratch::catalogAnswers() + "+\no\ny\nq\n");
-    EXPECT_EQ(130, r.status) << r.out << r.err;
-    EXPECT_EQ("BDDDE", syncrun::transactionCalls(scratch.trace()));
-    EXPECT_EQ("1 2 3 4 5", scratch.onServer());
-    std::string trace = scratch.trace();
-    EXPECT_NE(std::string::npos, trace.find("Deleted file '/koruorc/db1/piece2'"));
-    EXPECT_EQ(std::string::npos, trace.find("Deleted file '/koruorc/db1/piece3'"));
-    EXPECT_NE(std::string::npos, trace.find("RVKDELETEOBJ() failed rc = 130"));
-    EXPECT_EQ(0u, zebotest::occurrences(scratch.activityLog(), "Deleted backup object"));
-    EXPECT_NE(std::string::npos, scratch.errorLog().find(" ==> ")) << "API text in the error log";
-}
-
-TEST_F(DeleteRunTest, AQueryTheServerRefusesEndsTheRunWithItsCode) {
-    syncrun::Scratch scratch(3, {}, 10);
-    zebotest::RunResult r = zebotest::run(scratch.command("RVK_FAULTS=rvkBeginQuery@1=130"),
-                                          syncrun::Scratch::catalogAnswers());
-    EXPECT_EQ(130, r.status) << r.out << r.err;
-    EXPECT_NE(std::string::npos, scratch.trace().find("RVKBEGINQUERY() failed rc = 130"));
-    EXPECT_EQ("1 2 3", scratch.onServer());
 }
 
 }  // namespace

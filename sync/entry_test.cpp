@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "agent/agent_testutil.h"
-#include "agent/pswdfile.h"
 #include "testing/testutil.h"
 
 namespace {
@@ -121,19 +120,6 @@ TEST_F(ZebosyncTest, ClientLibraryFailuresGiveTheirCodes) {
     size_t at = expectAt(setUp.out, "-----\n");
     expectAt(setUp.out, "RVK", at);
     EXPECT_EQ(std::string::npos, setUp.out.find("Usage: zebosync"));
-}
-
-// The session's failures are tested in-process (agent/session_test.cpp);
-// this run is the glue: the log-on's code becomes the exit status.
-TEST_F(ZebosyncTest, SyncDbEndsWithTheCodeOfALogOnTheServerKeepsRefusing) {
-    install_.writeZeboOpt("ZEBO_TRACE_FILE " + install_.path("trace.out") +
-                          "\nZEBO_TRACE_FLAGS ORCLEVEL0 ORCLEVEL1 ORCLEVEL2\n");
-    // The node's password file, made with the installation's key.
-    AgentContext context = install_.passwordContext();
-    ASSERT_EQ(0, pszeboUpdatePswd(agenttest::nodePassword(), &context));
-    RunResult r = zebosync("SYNCdb " + optArg(), "RVK_FAULTS=rvkInitEx@1-5=-50");
-    EXPECT_EQ(-50 & 0xff, r.status);
-    expectAt(trace(), "retry = 4, node = NODE1, owner = , rc = -50");
 }
 
 }  // namespace

@@ -4,12 +4,10 @@
 
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <chrono>
 #include <random>
 
-#include "common/ut/trace.h"
+#include "api/api_testutil.h"
 #include "sync/picklist_testutil.h"
 #include "testing/testutil.h"
 
@@ -74,12 +72,8 @@ TEST(ProcessAnswerTest, RangesPastTheEndTraceOnceAndTakeNoTime) {
         {"3:20+", "3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20", ""},
         {"25", "", "25"},
     };
-    zebotest::TempDir dir;
     for (const Case& c : cases) {
-        std::string path = dir.file("trace.out");
-        trcInit(0, 0, 0);
-        ASSERT_EQ(0, trOpen(path.c_str(), 0));
-        TR_ORCLEVEL0 = 1;
+        TraceToFile trace({&TR_ORCLEVEL0});
         SyncList list;
         pktest::fillList(&list, 20);
         PkCursor cursor;
@@ -87,12 +81,10 @@ TEST(ProcessAnswerTest, RangesPastTheEndTraceOnceAndTakeNoTime) {
         auto start = std::chrono::steady_clock::now();
         ProcessAnswer(&list, c.answer, 20, &cursor);
         auto took = std::chrono::steady_clock::now() - start;
-        TR_ORCLEVEL0 = 0;
-        trClose(1);
         EXPECT_EQ(c.after, pktest::marked(&list)) << c.answer;
         EXPECT_LT(took, std::chrono::milliseconds(200)) << c.answer;
         std::vector<std::string> outOfRange;
-        for (const std::string& line : zebotest::lines(zebotest::readFile(path)))
+        for (const std::string& line : zebotest::lines(trace.finish()))
             if (line.find("Value out of range") != std::string::npos) outOfRange.push_back(line);
         if (c.traced[0] == '\0') {
             EXPECT_TRUE(outOfRange.empty()) << c.answer;
@@ -101,7 +93,6 @@ TEST(ProcessAnswerTest, RangesPastTheEndTraceOnceAndTakeNoTime) {
             EXPECT_NE(std::string::npos, outOfRange[0].find("Value: " + std::string(c.traced)))
                 << outOfRange[0];
         }
-        unlink(path.c_str());
     }
 }
 

@@ -49,16 +49,13 @@ TEST(FitStringToScreenSizeTest, CutsFromTheOffsetToTheWidth) {
 }
 
 TEST_F(PkScreenTest, EntryRowsFillWhatTheFixedRowsLeave) {
-    // 23 rows as reported: 13 entry rows (12 with the owner line, which the
-    // real-terminal test checks).
+    // 23 rows as reported: 13 entry rows (12 with the owner line). The
+    // real-terminal test reads the rows' numbers and the ruler.
     std::vector<std::string> lines = draw(40, 23, 79);
     EXPECT_EQ(23u, lines.size());
     EXPECT_EQ(13, model.step);
     EXPECT_NE(std::string::npos, lines[1].find("NODE1"));
     EXPECT_EQ("        " + std::string(71, '-'), lines[4]);
-    EXPECT_EQ(0u, lines[6].find("      1 | "));
-    EXPECT_EQ(0u, lines[18].find("     13 | "));
-    EXPECT_EQ("        0---------10--------20--------30", lines[19].substr(0, 40));
     EXPECT_EQ(79u, lines[19].size());
 
     // Past the last entry the rows are empty rows; the step still counts them.

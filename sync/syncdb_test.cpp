@@ -13,9 +13,9 @@
 #include <string>
 #include <vector>
 
+#include "agent/agent_testutil.h"
 #include "agent/pswdfile.h"
 #include "agent/session.h"
-#include "api/drvkapidl.h"
 #include "common/ut/trace.h"
 #include "common/ut/traceclasses.h"
 #include "sync/btree.h"
@@ -30,7 +30,6 @@
 namespace {
 
 using zebotest::run;
-using zebotest::TempDir;
 
 // The session handle as it stood when the driver first read an answer, so
 // that a test can check afterwards that this session was ended.
@@ -53,33 +52,19 @@ ssize_t readAnswers(void* cookie, char* buffer, size_t size) {
 
 class SyncServerTest : public ::testing::Test {
   protected:
-    static void SetUpTestSuite() {
-        synctest::initMessages();
-        synctest::preloadClientLibrary();
-        if (gRvkApiObjP == nullptr) gRvkApiObjP = new DRvkApiDL();
-    }
-
     void SetUp() override {
-        ASSERT_EQ(0, gRvkApiObjP->Setup());
-        optFile = dir.file("rvk.opt");
-        zebotest::writeFile(optFile,
-                            "REPOSITORY vlt.db\nSERVERNAME TESTSRV\nNODENAME NODE1\n"
-                            "PASSWORDACCESS PROMPT\n");
-        ASSERT_EQ(0, adm("init").status);
-        ASSERT_EQ(0, adm("node add NODE1", "pw-one\n").status);
-        mkdir(dir.file("catalogs").c_str(), 0700);
-        setenv("SQLPLUS_SIM_DIR", dir.file("catalogs").c_str(), 1);
-        setenv("ZEBO_AGENT_DIR", dir.path().c_str(), 1);  // zeboerror.log goes here
-
+        synctest::initMessages();
+        ASSERT_EQ(0, agenttest::loadClientLibrary());
+        mkdir(install.path("catalogs").c_str(), 0700);
         memset(&ctx, 0, sizeof ctx);
-        strcpy(ctx.optValue[OPT_RVKI_DIR], dir.path().c_str());  // the library's key goes here
-        strcpy(ctx.optValue[OPT_RVKI_ORC_CONFIG], optFile.c_str());
-        strcpy(ctx.optValue[OPT_RVKI_LOG], dir.path().c_str());
-        strcpy(ctx.optValue[OPT_ZEBO_NODE], "NODE1");
+        strcpy(ctx.optValue[OPT_RVKI_DIR], install.path("").c_str());  // the library's key
+        strcpy(ctx.optValue[OPT_RVKI_ORC_CONFIG], install.rvkOpt().c_str());
+        strcpy(ctx.optValue[OPT_RVKI_LOG], install.path("").c_str());
+        strcpy(ctx.optValue[OPT_ZEBO_NODE], agenttest::nodeName());
         strcpy(ctx.optValue[OPT_ZEBO_FS], "/koruorc");
-        strcpy(ctx.optValue[OPT_ZEBO_PSWDPATH], dir.path().c_str());
+        strcpy(ctx.optValue[OPT_ZEBO_PSWDPATH], install.path("").c_str());
         ASSERT_EQ(0, psDoRvkSetUp(&ctx));
-        ASSERT_EQ(0, pszeboUpdatePswd("pw-one", &ctx));
+        ASSERT_EQ(0, pszeboUpdatePswd(agenttest::nodePassword(), &ctx));
         oldInput = zeboSetConsoleInput(nullptr);
         watchedContext = &ctx;
         handleSeen = 0;
@@ -90,13 +75,8 @@ class SyncServerTest : public ::testing::Test {
         if (answerStream != nullptr) fclose(answerStream);
         watchedContext = nullptr;
         gRvkApiObjP->drvkCleanUp(RvkApiStatusObjP, 1);
-        unsetenv("SQLPLUS_SIM_DIR");
-        unsetenv("ZEBO_AGENT_DIR");
     }
 
-    zebotest::RunResult adm(const std::string& args, const std::string& input = "") {
-        return run("vltadm -c '" + optFile + "' " + args, input);
-    }
     // Objects of NODE1: "hl ll YYYY-MM-DD HH:MM:SS" lines.
     void objects(const std::vector<std::string>& lines) {
         std::string input;
@@ -106,7 +86,7 @@ class SyncServerTest : public ::testing::Test {
             std::string ll = rest.substr(0, rest.find(' '));
             input += "/koruorc\t" + hl + "\t" + ll + "\t" + rest.substr(ll.size() + 1) + "\t4096\n";
         }
-        ASSERT_EQ(0, adm("load NODE1", input).status);
+        install.adm("load NODE1", input);
     }
     // A catalog with one user and its pieces: "handle YYYY-MM-DD HH:MM:SS".
     void catalog(const std::string& connect, const std::string& user, const std::string& pw,
@@ -134,11 +114,7 @@ class SyncServerTest : public ::testing::Test {
         shown = testing::internal::GetCapturedStdout();
         return rc;
     }
-    size_t count(const std::string& text) {
-        size_t n = 0;
-        for (size_t p = shown.find(text); p != std::string::npos; p = shown.find(text, p + 1)) ++n;
-        return n;
-    }
+    size_t count(const std::string& text) { return zebotest::occurrences(shown, text); }
     bool sessionEnded() {
         rvkSessInfo info;
         memset(&info, 0, sizeof info);
@@ -148,8 +124,10 @@ class SyncServerTest : public ::testing::Test {
                    RVK_RC_INVALID_HANDLE;
     }
 
-    TempDir dir;
-    std::string optFile;
+    agenttest::Install install;
+    // The simulator's catalogs; zeboerror.log goes to the agent folder.
+    agenttest::EnvSetting env{{"SQLPLUS_SIM_DIR", install.path("catalogs")},
+                              {"ZEBO_AGENT_DIR", install.agentDir()}};
     AgentContext ctx;
     Answers answers;
     FILE* answerStream = nullptr;
@@ -169,14 +147,14 @@ TEST_F(SyncServerTest, OrphansAreTheObjectsNoNamedCatalogListsWithinTheDates) {
     nlDateTime to = {2024, 6, 30, 0, 0, 0};
 
     // At ORCLEVEL2 the files are kept and the objects examined are listed.
-    setenv("TMPDIR", dir.path().c_str(), 1);
+    setenv("TMPDIR", install.path("").c_str(), 1);
     TR_ORCLEVEL2 = 1;
     ASSERT_EQ(0, zeboSession(&ctx));
     BTree* index = utNewTree();
     CatalogConnection conns[2] = {{"rman", "pw-a", "prod"}, {"rman2", "pw-b", "test"}};
     for (int i = 0; i < 2; ++i) {
-        std::string script = dir.file("SQLI" + std::to_string(i) + ".sql");
-        std::string spool = dir.file("SQLO_" + std::to_string(i + 1) + ".out");
+        std::string script = install.path("SQLI" + std::to_string(i) + ".sql");
+        std::string spool = install.path("SQLO_" + std::to_string(i + 1) + ".out");
         ASSERT_EQ(0, zeboQueryCatalog(&conns[i], script.c_str(), spool.c_str(), &from, &to));
         ASSERT_EQ(0, utLoadBTree(spool.c_str(), index));
     }
@@ -187,7 +165,7 @@ TEST_F(SyncServerTest, OrphansAreTheObjectsNoNamedCatalogListsWithinTheDates) {
     ASSERT_EQ(0, rc);
     utDeleteTree(index);
 
-    zebotest::RunResult listing = run("cat '" + dir.path() + "'/VLTO*");
+    zebotest::RunResult listing = run("cat '" + install.path("") + "'/VLTO*");
     std::vector<std::string> listed = zebotest::lines(listing.out);
     std::sort(listed.begin(), listed.end());
     EXPECT_EQ((std::vector<std::string>{"C-3", "c-1", "c-2", "c-5", "c-7", "c-9"}), listed);
@@ -227,15 +205,11 @@ TEST_F(SyncServerTest, EmptyAnswersEndTheRunAndTraceTheExitAroundTheSessionEnd) 
     for (const char* input : {"\n\n\n", "rman\n\n\n\n"}) {
         SCOPED_TRACE(input);
         const bool noUser = input[0] == '\n';
-        std::string path = dir.file("trace.out");
-        trcInit(0, 0, 0);
-        ASSERT_EQ(0, trOpen(path.c_str(), 0));
-        TR_ORCLEVEL0 = 1;
-        TR_API = 1;
+        TraceToFile trace({&TR_ORCLEVEL0, &TR_API});
         handleSeen = 0;
         answer(input);
         EXPECT_EQ(-1, sync());
-        trClose(1);
+        std::string text = trace.finish();
         fclose(answerStream);
         answerStream = nullptr;
         EXPECT_TRUE(sessionEnded());
@@ -243,13 +217,11 @@ TEST_F(SyncServerTest, EmptyAnswersEndTheRunAndTraceTheExitAroundTheSessionEnd) 
             EXPECT_EQ(3u, count("QEV2623E"));
             EXPECT_EQ(0u, count("password"));
         }
-        std::string text = zebotest::readFile(path);
         size_t ended = text.find("Exit DRvkApi::drvkTerminate()");
         size_t exit = text.find(" entered 3 times\n");
         ASSERT_NE(std::string::npos, ended) << text;
         ASSERT_NE(std::string::npos, exit) << text;
         EXPECT_EQ(noUser, ended < exit) << text;
-        unlink(path.c_str());
     }
 }
 

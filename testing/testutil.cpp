@@ -86,54 +86,38 @@ RunResult run(const std::string& command, const std::string& input) {
     close(out[1]);
     close(err[1]);
     // Feed the input and drain both outputs together so that no side blocks.
+    // A pipe that is done is closed and left out of the poll by a negative
+    // descriptor.
     signal(SIGPIPE, SIG_IGN);
+    if (input.empty()) close(in[1]);
+    struct pollfd fds[3] = {
+        {out[0], POLLIN, 0}, {err[0], POLLIN, 0}, {input.empty() ? -1 : in[1], POLLOUT, 0}};
+    std::string* into[2] = {&r.out, &r.err};
+    auto done = [&fds](int i) {
+        close(fds[i].fd);
+        fds[i].fd = -1;
+    };
     size_t sent = 0;
-    if (input.empty()) {
-        close(in[1]);
-        in[1] = -1;
-    }
-    bool outOpen = true, errOpen = true;
     char buf[65536];
-    while (outOpen || errOpen) {
-        struct pollfd fds[3];
-        int n = 0;
-        int outIdx = -1, errIdx = -1, inIdx = -1;
-        if (outOpen) {
-            fds[n] = {out[0], POLLIN, 0};
-            outIdx = n++;
-        }
-        if (errOpen) {
-            fds[n] = {err[0], POLLIN, 0};
-            errIdx = n++;
-        }
-        if (in[1] >= 0) {
-            fds[n] = {in[1], POLLOUT, 0};
-            inIdx = n++;
-        }
-        if (poll(fds, n, -1) < 0) {
+    while (fds[0].fd >= 0 || fds[1].fd >= 0) {
+        if (poll(fds, 3, -1) < 0) {
             if (errno == EINTR) continue;
             break;
         }
-        // Appends what a pipe has ready; false at its end.
-        auto drain = [&buf](int fd, std::string* into) {
-            ssize_t k = read(fd, buf, sizeof buf);
-            if (k > 0) into->append(buf, static_cast<size_t>(k));
-            return k > 0;
-        };
-        if (outIdx >= 0 && fds[outIdx].revents) outOpen = drain(out[0], &r.out);
-        if (errIdx >= 0 && fds[errIdx].revents) errOpen = drain(err[0], &r.err);
-        if (inIdx >= 0 && fds[inIdx].revents) {
-            ssize_t k = write(in[1], input.data() + sent, input.size() - sent);
+        for (int i = 0; i < 2; ++i) {
+            if (fds[i].fd < 0 || fds[i].revents == 0) continue;
+            ssize_t k = read(fds[i].fd, buf, sizeof buf);
+            if (k > 0) into[i]->append(buf, static_cast<size_t>(k));
+            if (k <= 0) done(i);
+        }
+        if (fds[2].fd >= 0 && fds[2].revents != 0) {
+            ssize_t k = write(fds[2].fd, input.data() + sent, input.size() - sent);
             if (k > 0) sent += static_cast<size_t>(k);
-            if (k <= 0 || sent == input.size()) {
-                close(in[1]);
-                in[1] = -1;
-            }
+            if (k <= 0 || sent == input.size()) done(2);
         }
     }
-    if (in[1] >= 0) close(in[1]);
-    close(out[0]);
-    close(err[0]);
+    for (const struct pollfd& p : fds)
+        if (p.fd >= 0) close(p.fd);
     int st = 0;
     while (waitpid(pid, &st, 0) < 0 && errno == EINTR) {
     }
@@ -175,16 +159,8 @@ std::string hexText(const unsigned char* bytes, size_t n) {
 
 std::vector<std::string> lines(const std::string& text) {
     std::vector<std::string> v;
-    std::string cur;
-    for (char c : text) {
-        if (c == '\n') {
-            v.push_back(cur);
-            cur.clear();
-        } else {
-            cur.push_back(c);
-        }
-    }
-    if (!cur.empty()) v.push_back(cur);
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) v.push_back(line);
     return v;
 }
 
