@@ -17,6 +17,7 @@
 
 #include <string>
 
+#include "agent/agentctx.h"
 #include "api/api_testutil.h"
 #include "api/drvkapidl.h"
 #include "common/nls/nls.h"
@@ -118,6 +119,17 @@ class Install {
     std::string logDir() const { return dir_.file("log"); }
     std::string rvkOpt() const { return dir_.file("rvk.opt"); }
     std::string zeboOpt() const { return dir_.file("zebo.opt"); }
+
+    // A context that finds the node's password file in this installation,
+    // with the client library loaded and set up on the installation's key.
+    AgentContext passwordContext() const {
+        EXPECT_EQ(0, loadClientLibrary());
+        EXPECT_EQ(0, setUpApi(path(""), logDir()));
+        AgentContext context = AgentContext();
+        snprintf(context.optValue[OPT_ZEBO_NODE], ZEBO_OPT_VALUE_SIZE, "%s", nodeName());
+        snprintf(context.optValue[OPT_ZEBO_PSWDPATH], ZEBO_OPT_VALUE_SIZE, "%s", path("").c_str());
+        return context;
+    }
 
     // Runs vltadm on the repository; the test fails when it fails.
     zebotest::RunResult adm(const std::string& args, const std::string& input = "") const {

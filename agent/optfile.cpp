@@ -3,6 +3,7 @@
 #include <ctype.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/stat.h>
 #include <wchar.h>
 #include <wctype.h>
 
@@ -83,6 +84,17 @@ bool splitKeyword(char* line, char* keyword, size_t keywordSize, const char** re
     return true;
 }
 
+// Reads on to the next line that holds a keyword (comments and blank lines
+// skipped) into `line`, and splits it as splitKeyword does; `keyword` has
+// room for a whole line. False at the end of the file.
+bool nextKeywordLine(FILE* file, int* lineCount, char* line, char* keyword, const char** rest) {
+    while (readPiece(file, line, lineCount)) {
+        if (isCommentOrBlank(line)) continue;
+        if (splitKeyword(line, keyword, ZEBO_OPT_LINE_MAX + 1, rest)) return true;
+    }
+    return false;
+}
+
 // Leading and trailing white space removed, every double quote dropped.
 void cleanValue(const char* raw, char* value, size_t size) {
     while (isspace(static_cast<unsigned char>(*raw))) ++raw;
@@ -129,6 +141,13 @@ int16_t zeboOpenOptFile(FILE** file, char* path, int* lineCount) {
         if (rc != 0) return static_cast<int16_t>(rc);
     }
     *file = fopen(path, "r");
+    // A directory opens for reading, but no line can be read from it: the
+    // run would go on with the defaults as if the file were empty.
+    struct stat st;
+    if (*file && (fstat(fileno(*file), &st) != 0 || S_ISDIR(st.st_mode))) {
+        fclose(*file);
+        *file = nullptr;
+    }
     if (!*file) {
         TRACE(TR_ORCLEVEL0, " %s: Exit - cannot open '%s'\n\n", "zeboOpenOptFile()", path);
         reportOptionError(MSG_OPTFILE_NOT_OPENED, path, nullptr);
@@ -139,11 +158,9 @@ int16_t zeboOpenOptFile(FILE** file, char* path, int* lineCount) {
 
 int16_t zeboParseOptFile(AgentContext* context, FILE* file, const char* path, int* lineCount) {
     char line[ZEBO_OPT_LINE_MAX + 1];
-    while (readPiece(file, line, lineCount)) {
-        if (isCommentOrBlank(line)) continue;
-        char keyword[ZEBO_OPT_LINE_MAX + 1];
-        const char* rest = nullptr;
-        if (!splitKeyword(line, keyword, sizeof keyword, &rest)) continue;
+    char keyword[ZEBO_OPT_LINE_MAX + 1];
+    const char* rest = nullptr;
+    while (nextKeywordLine(file, lineCount, line, keyword, &rest)) {
         int slot = keywordSlot(keyword);
         if (slot < 0) {
             TRACE(TR_ORCLEVEL0, " %s: unknown keyword '%s' in line %d\n", "zeboParseOptFile()",
@@ -191,11 +208,9 @@ void zeboCheckFS(AgentContext* context) {
 int zeboGetOptValue(FILE* file, const char* keyword, char* value, size_t size) {
     rewind(file);
     char line[ZEBO_OPT_LINE_MAX + 1];
-    while (readPiece(file, line, nullptr)) {
-        if (isCommentOrBlank(line)) continue;
-        char found[ZEBO_OPT_LINE_MAX + 1];
-        const char* rest = nullptr;
-        if (!splitKeyword(line, found, sizeof found, &rest)) continue;
+    char found[ZEBO_OPT_LINE_MAX + 1];
+    const char* rest = nullptr;
+    while (nextKeywordLine(file, nullptr, line, found, &rest)) {
         if (strcmp(found, keyword) != 0) continue;
         // Nothing after the keyword's delimiter is no value, as in the parser.
         if (!rest || *rest == '\0') return -1;

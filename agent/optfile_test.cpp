@@ -125,6 +125,14 @@ TEST_F(OptFileTest, OptionFileIsFoundThroughTheVariableOrTheAgentDirectory) {
         EXPECT_STREQ("'", path);
         EXPECT_EQ(nullptr, file);
     }
+    {
+        // A directory cannot be read as an option file: no run on defaults.
+        EnvSetting folder({{"ZEBO_OPTFILE", dir_.path()}});
+        EXPECT_EQ(2534, zeboOpenOptFile(&file, path, &lines));
+        EXPECT_EQ(nullptr, file);
+        EXPECT_NE(std::string::npos, log().find("QEV2615E The option file " + dir_.path() + " "))
+            << log();
+    }
     unsetenv("ZEBO_OPTFILE");
     EXPECT_EQ(2534, zeboOpenOptFile(&file, path, &lines));
     EXPECT_EQ(dir_.file("zebo.opt"), path);

@@ -194,6 +194,24 @@ int16_t psReadPswd(char* password, AgentContext* context) {
     return 0;
 }
 
+bool psPswdFileDamaged(char* path, AgentContext* context) {
+    char dir[ZEBO_PSWD_DIR_SIZE];
+    pszeboGetFileName(dir, path, context);
+    int fd = open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) return false;
+    // A whole file of a 64-character password is 39 + 8 * 9 bytes; one byte
+    // more is enough to see that a file is longer.
+    unsigned char bytes[ZEBO_PSWD_HEADER_SIZE + 8 * (BLOCK + 1) + 1];
+    ssize_t n = read(fd, bytes, sizeof bytes);
+    close(fd);
+    if (n < ZEBO_PSWD_HEADER_SIZE || (n - ZEBO_PSWD_HEADER_SIZE) % (BLOCK + 1) != 0) return true;
+    for (ssize_t at = ZEBO_PSWD_HEADER_SIZE; at < n; at += BLOCK + 1) {
+        bool last = at + BLOCK + 1 == n;
+        if (bytes[at] < '1' || bytes[at] > '8' || (!last && bytes[at] != '8')) return true;
+    }
+    return false;
+}
+
 int16_t pszeboUpdatePswd(const char* password, AgentContext* context) {
     static const char kName[] = "pszeboUpdatePswd()";
     TRACE(TR_ORCLEVEL1, " %s: Enter\n", kName);

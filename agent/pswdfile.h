@@ -45,6 +45,13 @@ inline int16_t pszeboReadPswd(char* password, AgentContext* context) {
     return psReadPswd(password, context);
 }
 
+// Whether the node's password file exists but does not have the layout
+// above (too short for the header, cut inside a record, a length digit
+// outside "1" to "8", or a short record before the last). The read keeps
+// trusting the file; this only lets a refused log-on name the file.
+// `path` (1,152 bytes) receives the file's name.
+bool psPswdFileDamaged(char* path, AgentContext* context);
+
 // Writes the node's password file (permissions 0644, its directory made
 // with 0700 when it is missing) through a new file renamed into place.
 // 0, 2521, 167, or -1 when the file cannot be created.

@@ -149,6 +149,37 @@ TEST_F(PswdFileTest, RecordCutShortStillYieldsItsCount) {
 
 namespace {
 
+TEST_F(PswdFileTest, DamagedLayoutIsRecognisedButStillRead) {
+    ASSERT_EQ(0, pszeboUpdatePswd("abcdefgh1234", &context_));
+    const std::string good = readFile(dir_.file("pw/ZEBO.NODE1"));
+    ASSERT_EQ(57u, good.size());
+    char path[ZEBO_PSWD_PATH_SIZE];
+    EXPECT_FALSE(psPswdFileDamaged(path, &context_));
+    EXPECT_EQ(dir_.file("pw/ZEBO.NODE1"), path);
+    struct Case {
+        std::string file;
+        bool damaged;
+    } const cases[] = {
+        {good.substr(0, 39), false},  // an empty password
+        {good.substr(0, 48), false},  // "abcdefgh"
+        {good.substr(0, 52), true},   // cut inside a record
+        {good.substr(0, 30), true},   // cut inside the header
+        {"", true},                   // emptied
+        {good.substr(0, 39) + "9" + good.substr(40), true},
+        {good.substr(0, 39) + "0" + good.substr(40), true},
+        {good.substr(0, 39) + "4" + good.substr(40), true},  // short record before the last
+        {good + good.substr(39) + good.substr(39) + good.substr(39) + good.substr(39), true},
+    };
+    for (const Case& c : cases) {
+        writeFile(dir_.file("pw/ZEBO.NODE1"), c.file);
+        EXPECT_EQ(c.damaged, psPswdFileDamaged(path, &context_)) << c.file.size() << " bytes";
+        char back[ZEBO_PSWD_BUFFER_SIZE];
+        EXPECT_EQ(0, psReadPswd(back, &context_));  // the read still trusts the file
+    }
+    unlink(dir_.file("pw/ZEBO.NODE1").c_str());
+    EXPECT_FALSE(psPswdFileDamaged(path, &context_)) << "a missing file is reported elsewhere";
+}
+
 TEST_F(PswdFileTest, SymlinkAtThePathIsReplacedOnWriteAndRefusedOnRead) {
     mkdir(dir_.file("pw").c_str(), 0700);
     writeFile(dir_.file("victim"), "precious\n", 0600);

@@ -35,6 +35,21 @@ void reportApiFailure(const char* name, uint32_t handle, int rc, char* errorText
     TRACE(TR_ORCLEVEL0, " %s: '%s'\n", name, errorText);
 }
 
+// A log-on refused with the password of a damaged password file: the API's
+// text speaks of a wrong password, so the file is named too.
+void explainRefusedPassword(AgentContext* context, int rc) {
+    if (context->nodeFromApi != 0 || (rc != RVK_RC_AUTH_FAILURE && rc != RVK_RC_NO_PASSWORD))
+        return;
+    char path[ZEBO_PSWD_PATH_SIZE];
+    if (!psPswdFileDamaged(path, context)) return;
+    nlMsg(MSG_PASSWORD_FILE_DAMAGED, path);
+    char* text = nlFormatText(MSG_PASSWORD_FILE_DAMAGED, path);
+    if (text) {
+        zeboErrorMsg(text);
+        free(text);
+    }
+}
+
 // Creates the private file that stands in for the program's name (from the
 // pattern in `tempName`, which receives the name). 0, or the errno of the
 // step that failed, after its message and trace line (`fn`: the caller).
@@ -80,9 +95,7 @@ int16_t psDoRvkSetUp(AgentContext* context) {
         madeTemp = true;
     }
 
-    rvkEnvSetUp envSetUp;
-    memset(&envSetUp, 0, sizeof envSetUp);
-    envSetUp.stVersion = RVK_ENVSETUP_VERSION;
+    auto envSetUp = rvkRecord<rvkEnvSetUp>(RVK_ENVSETUP_VERSION);
     envSetUp.incExclCaseSensitive = RVK_FALSE;
     copyField(envSetUp.apiDir, sizeof envSetUp.apiDir, context->optValue[OPT_RVKI_DIR]);
     copyField(envSetUp.optFile, sizeof envSetUp.optFile, context->optValue[OPT_RVKI_ORC_CONFIG]);
@@ -116,30 +129,21 @@ int16_t psDoRvkSetUp(AgentContext* context) {
 }
 
 int zeboLogOn(AgentContext* context, char* password, uint32_t* handle, const char* caller) {
-    rvkApiVersionEx apiVersion;
-    rvkInitExIn initIn;
-    rvkInitExOut initOut;
-    memset(&apiVersion, 0, sizeof apiVersion);
-    memset(&initIn, 0, sizeof initIn);
-    memset(&initOut, 0, sizeof initOut);
-    apiVersion.stVersion = RVK_APIVERSIONEX_VERSION;
-    apiVersion.version = 5;
-    apiVersion.release = 5;
-    apiVersion.level = 0;
-    apiVersion.subLevel = 0;
+    rvkApiVersionEx apiVersion = drvkBuildVersion();
     char appType[sizeof kAppType];
     memcpy(appType, kAppType, sizeof kAppType);
-    initIn.stVersion = RVK_INITEXIN_VERSION;
-    initIn.apiVersionEx = &apiVersion;
-    initIn.nodeName = context->optValue[OPT_ZEBO_NODE];
-    initIn.ownerName = context->optValue[OPT_ZEBO_OWNER];
-    initIn.password = password;
-    initIn.userName = nullptr;
-    initIn.userPassword = nullptr;
-    initIn.appType = appType;
-    initIn.optFile = context->optValue[OPT_RVKI_ORC_CONFIG];
-    initIn.options = nullptr;
-    initOut.stVersion = RVK_INITEXOUT_VERSION;
+    // No user name and no options of the call's own.
+    rvkInitExIn initIn = {RVK_INITEXIN_VERSION,
+                          &apiVersion,
+                          context->optValue[OPT_ZEBO_NODE],
+                          context->optValue[OPT_ZEBO_OWNER],
+                          password,
+                          nullptr,
+                          nullptr,
+                          appType,
+                          context->optValue[OPT_RVKI_ORC_CONFIG],
+                          nullptr};
+    auto initOut = rvkRecord<rvkInitExOut>(RVK_INITEXOUT_VERSION);
 
     // The server answers -50 while it cannot be reached; a few immediate
     // attempts ride out a repository that is briefly busy being opened.
@@ -155,63 +159,59 @@ int zeboLogOn(AgentContext* context, char* password, uint32_t* handle, const cha
     return rc;
 }
 
-int16_t zeboSession(AgentContext* context) {
-    static const char kName[] = "zeboSession()";
-    TRACE(TR_ORCLEVEL1, " %s: Enter\n", kName);
-    rvkSessOptions sessOptions;
-    rvkSessInfo sessInfo;
-    memset(&sessOptions, 0, sizeof sessOptions);
-    memset(&sessInfo, 0, sizeof sessInfo);
-    char password[RVK_PASSWORD_MAX + 1];
-    memset(password, 0, sizeof password);
+namespace {
 
-    if (context->nodeFromApi == 0) {
-        int16_t rc = psReadPswd(password, context);
-        if (rc != 0) {
-            explicit_bzero(password, sizeof password);
-            TRACE(TR_ORCLEVEL0, " %s: Exit psReadPswd() failed. rvkHandle = %d, rc = %d\n\n", kName,
-                  context->rvkHandle, rc);
-            return rc;
-        }
-    }
+const char kSessionName[] = "zeboSession()";
 
-    uint32_t handle = 0;
-    int rc = zeboLogOn(context, password, &handle, kName);
-    explicit_bzero(password, sizeof password);
-
+// The node's password from the password file, unless the API finds the
+// node itself; then the password stays empty.
+int16_t sessionPassword(AgentContext* context, char* password, size_t size) {
+    if (context->nodeFromApi != 0) return 0;
+    int16_t rc = psReadPswd(password, context);
     if (rc != 0) {
-        context->apiCleanUpDue = 1;
-        reportApiFailure(kName, handle, rc, context->errorText);
-        TRACE(TR_ORCLEVEL0, " %s: Exit - rvkInit() failed, rvkHandle = %d rc       : %d\n\n", kName,
-              handle, rc);
-        return static_cast<int16_t>(rc);
+        explicit_bzero(password, size);
+        TRACE(TR_ORCLEVEL0, " %s: Exit psReadPswd() failed. rvkHandle = %d, rc = %d\n\n",
+              kSessionName, context->rvkHandle, rc);
     }
-    context->rvkHandle = handle;
+    return rc;
+}
 
-    TRACE(TR_ORCLEVEL2, " %s: Calling RVKQUERYSESSOPTIONS(). rvkHandle = %d\n", kName, handle);
-    sessOptions.stVersion = RVK_SESSOPTIONS_VERSION;
-    rc = gRvkApiObjP->drvkQuerySessOptions(RvkApiStatusObjP, handle, &sessOptions);
-    if (rc != 0) {
-        // Only the dump below needs the options; the session is usable.
-        reportApiFailure(kName, handle, rc, context->errorText);
-        TRACE(TR_ORCLEVEL2, " %s: RVKQUERYSESSOPTIONS() failed. rvkHandle = %d, rc = %d\n", kName,
-              handle, rc);
-    }
+// Reports a failed query of the session; false for rc 0.
+bool queryFailed(AgentContext* context, uint32_t handle, int rc) {
+    if (rc == 0) return false;
+    reportApiFailure(kSessionName, handle, rc, context->errorText);
+    return true;
+}
+
+// The session's options serve only the trace: a failure to read them is
+// reported, and the session goes on.
+void traceSessOptions(AgentContext* context, uint32_t handle) {
+    auto sessOptions = rvkRecord<rvkSessOptions>(RVK_SESSOPTIONS_VERSION);
+    TRACE(TR_ORCLEVEL2, " %s: Calling RVKQUERYSESSOPTIONS(). rvkHandle = %d\n", kSessionName,
+          handle);
+    int rc = gRvkApiObjP->drvkQuerySessOptions(RvkApiStatusObjP, handle, &sessOptions);
+    if (queryFailed(context, handle, rc))
+        TRACE(TR_ORCLEVEL2, " %s: RVKQUERYSESSOPTIONS() failed. rvkHandle = %d, rc = %d\n",
+              kSessionName, handle, rc);
     // The heading names the next call although the values are the options';
     // trace readers search for it as it stands.
     TRACE(TR_ORCLEVEL2,
           " %s: Calling RVKQUERYSESSINFO().\n rvkHandle      = %d\n RVKI_CONFIG    = %s\n"
           " Server Name    = %s\n Server Address = %s\n Node Name      = %s\n"
           " Compression    = %d\n PW Access      = %d\n\n",
-          kName, handle, sessOptions.optFile, sessOptions.serverName, sessOptions.serverAddress,
-          sessOptions.nodeName, sessOptions.compression, sessOptions.passwordAccess);
+          kSessionName, handle, sessOptions.optFile, sessOptions.serverName,
+          sessOptions.serverAddress, sessOptions.nodeName, sessOptions.compression,
+          sessOptions.passwordAccess);
+}
 
-    sessInfo.stVersion = RVK_SESSINFO_VERSION;
-    rc = gRvkApiObjP->drvkQuerySessInfo(RvkApiStatusObjP, handle, &sessInfo);
-    if (rc != 0) {
-        reportApiFailure(kName, handle, rc, context->errorText);
+// The server's limit of objects per transaction, from the session
+// information.
+int16_t readSessInfo(AgentContext* context, uint32_t handle) {
+    auto sessInfo = rvkRecord<rvkSessInfo>(RVK_SESSINFO_VERSION);
+    int rc = gRvkApiObjP->drvkQuerySessInfo(RvkApiStatusObjP, handle, &sessInfo);
+    if (queryFailed(context, handle, rc)) {
         TRACE(TR_ORCLEVEL0, " Exit %s: RVKQUERYSESSINFO() failed, rvkHandle = %d, rc = %d\n\n",
-              kName, handle, rc);
+              kSessionName, handle, rc);
         return static_cast<int16_t>(rc);
     }
     context->maxObjPerTxn = sessInfo.maxObjPerTxn;
@@ -220,10 +220,35 @@ int16_t zeboSession(AgentContext* context) {
           " Server Type       = %s\n Server Level      = %d.%d.%d.%d\n"
           " Delete Permission = %s\n Max Obj Per Txn   = %d\n Domain Name       = %s\n"
           " Policy Set Name   = %s\n\n",
-          kName, handle, sessInfo.serverHost, sessInfo.serverPort, sessInfo.serverType,
+          kSessionName, handle, sessInfo.serverHost, sessInfo.serverPort, sessInfo.serverType,
           sessInfo.serverVer, sessInfo.serverRel, sessInfo.serverLev, sessInfo.serverSubLev,
           sessInfo.archDel == 1 ? "YES" : "NO", sessInfo.maxObjPerTxn, sessInfo.domainName,
           sessInfo.policySetName);
-    TRACE(TR_ORCLEVEL1, " %s: Exit - OK\n\n", kName);
+    return 0;
+}
+
+}  // namespace
+
+int16_t zeboSession(AgentContext* context) {
+    TRACE(TR_ORCLEVEL1, " %s: Enter\n", kSessionName);
+    char password[RVK_PASSWORD_MAX + 1];
+    memset(password, 0, sizeof password);
+    if (int16_t rc = sessionPassword(context, password, sizeof password)) return rc;
+
+    uint32_t handle = 0;
+    int rc = zeboLogOn(context, password, &handle, kSessionName);
+    explicit_bzero(password, sizeof password);
+    if (rc != 0) {
+        context->apiCleanUpDue = 1;
+        explainRefusedPassword(context, rc);
+        reportApiFailure(kSessionName, handle, rc, context->errorText);
+        TRACE(TR_ORCLEVEL0, " %s: Exit - rvkInit() failed, rvkHandle = %d rc       : %d\n\n",
+              kSessionName, handle, rc);
+        return static_cast<int16_t>(rc);
+    }
+    context->rvkHandle = handle;
+    traceSessOptions(context, handle);
+    if (int16_t infoRc = readSessInfo(context, handle)) return infoRc;
+    TRACE(TR_ORCLEVEL1, " %s: Exit - OK\n\n", kSessionName);
     return 0;
 }

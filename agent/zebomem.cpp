@@ -3,12 +3,10 @@
 #include <stdint.h>
 #include <stdlib.h>
 
+#include "common/unx/psenv.h"
 #include "common/ut/trace.h"
 
 namespace {
-
-const ZeboAllocator kLibcAllocator = {malloc, calloc, realloc, free};
-ZeboAllocator gAllocator = kLibcAllocator;
 
 // Trace lines print addresses with "%x", as the agent always has.
 unsigned addressText(const void* p) {
@@ -21,19 +19,13 @@ const char* fileText(const char* file) {
 
 }  // namespace
 
-ZeboAllocator zeboSetAllocator(const ZeboAllocator* allocator) {
-    ZeboAllocator previous = gAllocator;
-    gAllocator = allocator ? *allocator : kLibcAllocator;
-    return previous;
-}
-
 void* MALLOC(const char* file, unsigned long line, size_t size) {
     if (size == 0) {
         TRACE(TR_MEM, "ERROR: Tried to MALLOC() <%lu> bytes in ==> %s(%lu).\n", 0UL, fileText(file),
               line);
         return nullptr;
     }
-    void* p = gAllocator.mallocFn(size);
+    void* p = psAllocator.mallocFn(size);
     if (!p) {
         // The missing "in" is the line as it has always read.
         TRACE(TR_MEM, "ERROR: Failed to malloc() <%lu> bytes ==> %s(%lu).\n",
@@ -56,7 +48,7 @@ void* CALLOC(const char* file, unsigned long line, size_t count, size_t size) {
               fileText(file), line);
         return nullptr;
     }
-    void* p = gAllocator.callocFn(count, size);
+    void* p = psAllocator.callocFn(count, size);
     if (!p) {
         TRACE(TR_MEM, "ERROR: Failed to calloc() <%lu> elements of size <%lu> in ==> %s(%lu).\n",
               static_cast<unsigned long>(count), static_cast<unsigned long>(size), fileText(file),
@@ -77,7 +69,7 @@ void* REALLOC(const char* file, unsigned long line, void** slot, size_t size) {
     }
     // Kept deliberately: the result replaces the caller's pointer even when
     // it is null.
-    *slot = gAllocator.reallocFn(*slot, size);
+    *slot = psAllocator.reallocFn(*slot, size);
     if (!*slot) {
         // The doubled blank after "==>" is the line as it has always read.
         TRACE(TR_MEM, "ERROR: Failed to realloc() <%lu> bytes in ==>  %s(%lu).\n",
@@ -96,6 +88,6 @@ void FREE(void** slot, const char* file, unsigned long line) {
     }
     TRACE(TR_MEM, "FREE()ing memory at address <%x> in ==> %s(%lu).\n", addressText(*slot),
           fileText(file), line);
-    gAllocator.freeFn(*slot);
+    psAllocator.freeFn(*slot);
     *slot = nullptr;
 }

@@ -7,10 +7,9 @@
 //
 // Callers write MALLOC(__FILE__, __LINE__, n) and FREE(&p, __FILE__, __LINE__).
 //
-// The C library's malloc, calloc, realloc and free are reached through a
-// replaceable table (zeboSetAllocator) so that tests can make an allocation
-// fail. The table is process-wide and not locked: replace it only while no
-// other thread allocates.
+// The C library's malloc, calloc, realloc and free are reached through the
+// program's allocator table (psAllocator, common/unx/psenv.h) so that tests
+// can make an allocation fail.
 #ifndef ZEBO_AGENT_ZEBOMEM_H
 #define ZEBO_AGENT_ZEBOMEM_H
 
@@ -49,17 +48,5 @@ inline void FREE(T** slot, const char* file, unsigned long line) {
     FREE(slot ? &block : nullptr, file, line);
     if (slot) *slot = nullptr;
 }
-
-// The functions underneath the wrappers.
-struct ZeboAllocator {
-    void* (*mallocFn)(size_t size);
-    void* (*callocFn)(size_t count, size_t size);
-    void* (*reallocFn)(void* block, size_t size);
-    void (*freeFn)(void* block);
-};
-
-// Installs `allocator` (null: the C library's functions again) and returns
-// the table that was in use.
-ZeboAllocator zeboSetAllocator(const ZeboAllocator* allocator);
 
 #endif

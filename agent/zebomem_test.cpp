@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "api/api_testutil.h"
+#include "testing/seam.h"
 #include "testing/testutil.h"
 
 namespace {
@@ -46,10 +47,9 @@ class ZeboMemTest : public ::testing::Test {
     void SetUp() override {
         gCalls = 0;
         gFailing = false;
-        ZeboAllocator counting = {testMalloc, testCalloc, testRealloc, free};
-        zeboSetAllocator(&counting);
     }
-    void TearDown() override { zeboSetAllocator(nullptr); }
+    zebotest::ScopedSeam<PsAllocator> allocator_{psAllocator,
+                                                 {testMalloc, testCalloc, testRealloc, free}};
 };
 
 TEST_F(ZeboMemTest, EveryAllocationAndReleaseLeavesAPairedTraceLine) {

@@ -79,4 +79,7 @@ void zeboTraceBanner(AgentContext* context) {
           v[OPT_ZEBO_TRACE_FLAGS], v[OPT_ZEBO_TEST_FLAGS], v[OPT_ZEBO_MGMT_CLASS_2],
           v[OPT_ZEBO_MGMT_CLASS_3], v[OPT_ZEBO_MGMT_CLASS_4], v[OPT_ZEBO_NUM_BUFFERS],
           v[OPT_ZEBO_DATE_FMT], v[OPT_ZEBO_TIME_FMT], v[OPT_ZEBO_NUM_FMT], v[OPT_ZEBO_LANGUAGE]);
+    // The banner says what ran with which options: it reaches the file at
+    // once, not with the first buffer full of later lines.
+    trFlush();
 }

@@ -5,7 +5,8 @@
 
 #include <assert.h>
 #include <string.h>
-#include <sys/time.h>
+
+#include "common/unx/psenv.h"
 
 #include "common/ut/trace.h"
 
@@ -15,22 +16,15 @@ ApiStatusObj* RvkApiStatusObjP = &koruApiStatus;
 
 namespace {
 
+// The stopwatch reads the program's clock, to the microsecond.
 void timeOfDay(ApiTimeVal* now) {
-    struct timeval tv;
-    gettimeofday(&tv, nullptr);
-    now->sec = static_cast<uint32_t>(tv.tv_sec);
-    now->usec = static_cast<uint32_t>(tv.tv_usec);
+    struct timespec ts;
+    psClock(&ts);
+    now->sec = static_cast<uint32_t>(ts.tv_sec);
+    now->usec = static_cast<uint32_t>(ts.tv_nsec / 1000);
 }
-
-ApiClockFn apiClock = timeOfDay;
 
 }  // namespace
-
-ApiClockFn apiSetClock(ApiClockFn clock) {
-    ApiClockFn old = apiClock;
-    apiClock = clock ? clock : timeOfDay;
-    return old;
-}
 
 long apiElapsedMilliseconds(ApiStatusObj* record) {
     // Unsigned words subtracted as signed: a clock that steps back yields a
@@ -70,13 +64,13 @@ const char* DBaseApi::GetApiName() {
 
 void DBaseApi::StartApiCall(ApiStatusObj* statusP) {
     statusP->inApiCall = 1;
-    apiClock(&statusP->startTime);
+    timeOfDay(&statusP->startTime);
 }
 
 void DBaseApi::EndApiCall(DBaseApi* apiP, ApiStatusObj* statusP) {
     TRACE(TR_API, "Enter %s\n", "DBaseApi::EndApiCall()");
     statusP->inApiCall = 0;
-    apiClock(&statusP->endTime);
+    timeOfDay(&statusP->endTime);
     long ms = apiElapsedMilliseconds(statusP);
     statusP->totalTime += static_cast<double>(ms);
     TRACE(TR_PERFORMANCE, "Elapsed milliseconds %ld, for %s Api call \n", ms, apiP->GetApiName());
@@ -87,7 +81,7 @@ void DBaseApi::EndApiCall(DBaseApi* apiP, ApiStatusObj* statusP) {
 void DBaseApi::EndApiCall(ApiStatusObj* statusP, const char* familyName) {
     TRACE(TR_API, "Enter %s( %s )\n", "DBaseApi::EndApiCall()", familyName);
     statusP->inApiCall = 0;
-    apiClock(&statusP->endTime);
+    timeOfDay(&statusP->endTime);
     double seconds = static_cast<double>(apiElapsedMilliseconds(statusP)) / 1000.0;
     statusP->totalTime += seconds;
     TRACE(TR_API, "Exit %s, elapsed seconds %0.f, total time %.0f for %s Apis \n",

@@ -41,11 +41,6 @@ extern ApiStatusObj koruApiStatus;
 extern ApiStatusObj koruBaseApiStatus;
 extern ApiStatusObj* RvkApiStatusObjP;
 
-// The clock behind the stopwatch. Tests install their own to fix the times;
-// passing null restores the time of day. Returns the previous clock.
-typedef void (*ApiClockFn)(ApiTimeVal* now);
-ApiClockFn apiSetClock(ApiClockFn clock);
-
 // Elapsed milliseconds of a stopped record: stores the difference of end and
 // start in the elapsed fields and returns seconds * 1000 + microseconds / 1000.
 long apiElapsedMilliseconds(ApiStatusObj* record);

@@ -3,14 +3,17 @@
 #include <gtest/gtest.h>
 
 #include "api/api_testutil.h"
+#include "testing/seam.h"
 
 namespace {
 
 // The clock hands out a scripted series of times.
 std::vector<ApiTimeVal> script;
 size_t next = 0;
-void scriptedClock(ApiTimeVal* now) {
-    *now = script.at(next++);
+void scriptedClock(struct timespec* now) {
+    ApiTimeVal t = script.at(next++);
+    now->tv_sec = t.sec;
+    now->tv_nsec = static_cast<long>(t.usec) * 1000;
 }
 
 class PlainApi : public DBaseApi {
@@ -24,13 +27,11 @@ class PlainApi : public DBaseApi {
 
 class DBaseApiTest : public ::testing::Test {
   protected:
-    void SetUp() override { old_ = apiSetClock(scriptedClock); }
-    void TearDown() override { apiSetClock(old_); }
     void play(std::vector<ApiTimeVal> times) {
         script = std::move(times);
         next = 0;
     }
-    ApiClockFn old_;
+    zebotest::ScopedSeam<PsClockFn> clock_{psClock, scriptedClock};
     ApiStatusObj rec_ = {};
     PlainApi api_;
 };

@@ -21,7 +21,7 @@ RvkApiSetupInfo* DRvkApi::m_RvkApiSetupInfoP = nullptr;
 #define DRVK_DEFINE_POINTER(Name)                                                                \
     decltype(&::rvk##Name) DRvkApi::m_fnrvk##Name##P = reinterpret_cast<decltype(&::rvk##Name)>( \
         reinterpret_cast<void (*)()>(&KoruFunctionNotLoaded));
-DRVK_ENTRY_POINTS(DRVK_DEFINE_POINTER)
+RVK_ENTRY_POINTS(DRVK_DEFINE_POINTER)
 #undef DRVK_DEFINE_POINTER
 
 int32_t KoruFunctionNotLoaded() {
@@ -92,16 +92,16 @@ void DRvkApi::ClearPointers() {
     // The version query keeps its pointer: it has always been left out here.
     decltype(m_fnrvkQueryApiVersionExP) keep = m_fnrvkQueryApiVersionExP;
 #define DRVK_CLEAR_POINTER(Name) m_fnrvk##Name##P = nullptr;
-    DRVK_ENTRY_POINTS(DRVK_CLEAR_POINTER)
+    RVK_ENTRY_POINTS(DRVK_CLEAR_POINTER)
 #undef DRVK_CLEAR_POINTER
     m_fnrvkQueryApiVersionExP = keep;
 }
 
-void DRvkApi::SetPointers(void* const addresses[DRVK_ENTRY_COUNT]) {
+void DRvkApi::SetPointers(void* const addresses[RVK_ENTRY_COUNT]) {
     int i = 0;
 #define DRVK_SET_POINTER(Name) \
     m_fnrvk##Name##P = reinterpret_cast<decltype(&::rvk##Name)>(addresses[i++]);
-    DRVK_ENTRY_POINTS(DRVK_SET_POINTER)
+    RVK_ENTRY_POINTS(DRVK_SET_POINTER)
 #undef DRVK_SET_POINTER
 }
 
@@ -114,9 +114,7 @@ int DRvkApi::Init(ApiStatusObj* statusP, int* reasonP) {
         TRACE(TR_API, "rvkSetUp already done\n");
         return 0;
     }
-    rvkEnvSetUp env;
-    memset(&env, 0, sizeof env);
-    env.stVersion = RVK_ENVSETUP_VERSION;
+    auto env = rvkRecord<rvkEnvSetUp>(RVK_ENVSETUP_VERSION);
 
     int rc = psGetKORUApiDir(env.apiDir, sizeof env.apiDir);
     if (rc != 0) {

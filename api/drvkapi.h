@@ -2,10 +2,11 @@
 //
 // The library is never linked: the loader (DRvkApiDL, drvkapidl.h) opens it
 // at run time and fills the static entry-point table m_fnrvk<Name>P, one
-// pointer per library function (drvkentries.h lists them). Every drvk<Name>
-// method does the same four things: trace "Enter", start the stopwatch of
-// the timing record passed first, call through the table with the other
-// arguments unchanged, stop the stopwatch and trace "Exit" with the code.
+// pointer per library function (the library's header lists them, in lookup
+// order, as RVK_ENTRY_POINTS). Every drvk<Name> method does the same four
+// things: trace "Enter", start the stopwatch of the timing record passed
+// first, call through the table with the other arguments unchanged, stop the
+// stopwatch and trace "Exit" with the code.
 // Codes are the library's 16-bit codes widened to int.
 //
 // Above the thin wrappers sit the API's environment set-up (Init) and
@@ -23,9 +24,9 @@
 #define ZEBO_API_DRVKAPI_H
 
 #include <stdint.h>
+#include <string.h>
 
 #include "api/dbaseapi.h"
-#include "api/drvkentries.h"
 #include "vltapi/include/rvkapi.h"
 
 // Codes that the wrapper adds to the library's.
@@ -36,6 +37,25 @@ enum {
 
 // The API level the program was built for: version 5, release 5, level 0.
 #define DRVK_COMPILE_LEVEL 55000
+
+// A zeroed API record of structure version `version`, the way every call
+// wants its records.
+template <typename Record>
+Record rvkRecord(uint16_t version) {
+    Record r;
+    memset(&r, 0, sizeof r);
+    r.stVersion = version;
+    return r;
+}
+
+// The API version the program was built for (5.5.0.0), as the log-on
+// passes it.
+inline rvkApiVersionEx drvkBuildVersion() {
+    rvkApiVersionEx v = rvkRecord<rvkApiVersionEx>(RVK_APIVERSIONEX_VERSION);
+    v.version = 5;
+    v.release = 5;
+    return v;
+}
 
 // Password callback of the log-on. Called when a password is needed (reason
 // 137: none given, or the stored one was refused) or the server demands a
@@ -96,8 +116,8 @@ class DRvkApi : public DBaseApi {
     static void SetSetupData(RvkApiSetupInfo* infoP);
     // Nulls 42 of the 43 pointers: m_fnrvkQueryApiVersionExP is left alone.
     static void ClearPointers();
-    // Publishes a complete table, addresses in the order of drvkentries.h.
-    static void SetPointers(void* const addresses[DRVK_ENTRY_COUNT]);
+    // Publishes a complete table, addresses in the order of RVK_ENTRY_POINTS.
+    static void SetPointers(void* const addresses[RVK_ENTRY_COUNT]);
 
     // --- Thin wrappers, one per entry point --------------------------------
     int drvkBeginGetData(ApiStatusObj* statusP, uint32_t handle, uint8_t mountWait, uint8_t getType,
@@ -227,7 +247,7 @@ class DRvkApi : public DBaseApi {
 
     // --- The entry-point table ----------------------------------------------
 #define DRVK_DECLARE_POINTER(Name) static decltype(&::rvk##Name) m_fnrvk##Name##P;
-    DRVK_ENTRY_POINTS(DRVK_DECLARE_POINTER)
+    RVK_ENTRY_POINTS(DRVK_DECLARE_POINTER)
 #undef DRVK_DECLARE_POINTER
 
     static int32_t m_brvkSetUpDone;

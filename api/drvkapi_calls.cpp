@@ -98,13 +98,9 @@ int DRvkApi::drvkEndSendObj(ApiStatusObj* s, uint32_t handle) {
 int DRvkApi::drvkEndSendObjEx(ApiStatusObj* s, uint32_t handle, uint64_t* totalBytesSentP,
                               uint64_t* totalStoredBytesP, uint64_t* totalCompressedBytesP,
                               uint32_t* txnObjCountP, uint8_t* objCompressedP) {
-    rvkEndSendObjExIn in;
-    rvkEndSendObjExOut out;
-    memset(&in, 0, sizeof in);
-    memset(&out, 0, sizeof out);
-    in.stVersion = RVK_ENDSENDOBJEXIN_VERSION;
+    auto in = rvkRecord<rvkEndSendObjExIn>(RVK_ENDSENDOBJEXIN_VERSION);
+    auto out = rvkRecord<rvkEndSendObjExOut>(RVK_ENDSENDOBJEXOUT_VERSION);
     in.handle = handle;
-    out.stVersion = RVK_ENDSENDOBJEXOUT_VERSION;
     int rc = callApi("DRvkApi::drvkEndSendObjEx()", s, m_fnrvkEndSendObjExP, &in, &out);
     if (totalBytesSentP) *totalBytesSentP = out.totalBytesSent;
     if (totalStoredBytesP) *totalStoredBytesP = out.totalStoredBytes;
@@ -120,14 +116,10 @@ int DRvkApi::drvkEndTxn(ApiStatusObj* s, uint32_t handle, uint8_t vote, uint16_t
 
 int DRvkApi::drvkEndTxnEx(ApiStatusObj* s, uint32_t handle, uint8_t vote, uint16_t* reasonP,
                           rvkU64* groupLeaderObjIdP) {
-    rvkEndTxnExIn in;
-    rvkEndTxnExOut out;
-    memset(&in, 0, sizeof in);
-    memset(&out, 0, sizeof out);
-    in.stVersion = RVK_ENDTXNEXIN_VERSION;
+    auto in = rvkRecord<rvkEndTxnExIn>(RVK_ENDTXNEXIN_VERSION);
+    auto out = rvkRecord<rvkEndTxnExOut>(RVK_ENDTXNEXOUT_VERSION);
     in.handle = handle;
     in.vote = vote;
-    out.stVersion = RVK_ENDTXNEXOUT_VERSION;
     int rc = callApi("DRvkApi::drvkEndTxnEx()", s, m_fnrvkEndTxnExP, &in, &out);
     if (reasonP) *reasonP = out.reason;
     if (groupLeaderObjIdP) *groupLeaderObjIdP = out.groupLeaderObjId;

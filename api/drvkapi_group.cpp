@@ -3,6 +3,7 @@
 // of its steps fails. The synchronisation run does not use them.
 #include <string.h>
 
+#include "api/backupquery.h"
 #include "api/drvkapi.h"
 #include "common/ut/trace.h"
 
@@ -76,6 +77,56 @@ void fillGroupRecords(rvkGroupHandlerIn* inP, rvkGroupHandlerOut* outP, uint8_t 
     outP->stVersion = RVK_GROUPOUT_VERSION;
 }
 
+// Leaders of the name still open from an earlier run, at most
+// kMaxLeftovers of them, into `ids`; returns how many.
+int findOpenLeaders(DRvkApi* apiP, ApiStatusObj* statusP, uint32_t handle, rvkObjName* leaderNameP,
+                    rvkU64 ids[kMaxLeftovers]) {
+    int found = 0;
+    BackupQuery query(BackupQuery::wrapped(apiP, statusP), handle);
+    if (query.begin(leaderNameP, RVK_STATE_ACTIVE) != 0) return 0;
+    while (query.next() == RVK_RC_MORE_DATA) {
+        const rvkQryRespBackup& resp = query.object();
+        TRACE(TR_API, "Found open group leader %s%s%s ID %lu %lu\n", resp.objName.fs,
+              resp.objName.hl, resp.objName.ll, hiOf(resp.objId), loOf(resp.objId));
+        if (found < kMaxLeftovers) ids[found++] = resp.objId;
+    }
+    query.end();
+    return found;
+}
+
+// Stores the new leader object inside the open transaction; the vote that
+// the transaction's end is to cast goes to *voteP.
+int sendLeader(DRvkApi* apiP, ApiStatusObj* statusP, uint32_t handle, uint8_t groupType,
+               rvkObjName* leaderNameP, uint8_t* voteP) {
+    *voteP = RVK_VOTE_ABORT;
+    rvkGroupHandlerIn in;
+    rvkGroupHandlerOut out;
+    fillGroupRecords(&in, &out, RVK_GROUP_OPEN, handle, groupType, rvkU64{0, 0}, leaderNameP, 0,
+                     nullptr);
+    int rc = apiP->drvkGroupHandler(statusP, &in, &out);
+    if (rc != 0) {
+        TRACE(TR_API, "GroupHandler Open returned %d, Voting ABORT\n", rc);
+        return rc;
+    }
+    rvkMcBindKey mcKey;
+    memset(&mcKey, 0, sizeof mcKey);
+    mcKey.stVersion = RVK_MCBINDKEY_VERSION;
+    rvkObjAttr attr;
+    memset(&attr, 0, sizeof attr);
+    attr.stVersion = RVK_OBJATTR_VERSION;
+    if ((rc = apiP->drvkBindMC(statusP, handle, leaderNameP, RVK_SEND_BACKUP, &mcKey)) != 0) {
+        TRACE(TR_API, "GroupHandler bindMC returned %d, Voting ABORT\n", rc);
+    } else if ((rc = apiP->drvkSendObj(statusP, handle, RVK_SEND_BACKUP, nullptr, leaderNameP,
+                                       &attr, nullptr)) != 0) {
+        TRACE(TR_API, "GroupHandler sendObj returned %d, Voting ABORT\n", rc);
+    } else if ((rc = apiP->drvkEndSendObj(statusP, handle)) != 0) {
+        TRACE(TR_API, "GroupHandler endSendObj returned %d, Voting ABORT\n", rc);
+    } else {
+        *voteP = RVK_VOTE_COMMIT;
+    }
+    return rc;
+}
+
 }  // namespace
 
 int DRvkApi::groupAction(ApiStatusObj* statusP, const char* fnNameP, const char* actionNameP,
@@ -143,29 +194,7 @@ int DRvkApi::groupAdd(ApiStatusObj* statusP, uint32_t handle, uint8_t groupType,
 
     // Leaders of this name still open from an earlier run are removed first.
     rvkU64 leftovers[kMaxLeftovers];
-    int found = 0;
-    rvkQryBackupData query;
-    memset(&query, 0, sizeof query);
-    query.stVersion = RVK_QRYBACKUPDATA_VERSION;
-    query.objName = leaderNameP;
-    query.objState = RVK_STATE_ACTIVE;
-    if (drvkBeginQuery(statusP, handle, RVK_QRY_BACKUP, &query) == 0) {
-        rvkQryRespBackup resp;
-        rvkDataBlk blk;
-        for (;;) {
-            memset(&resp, 0, sizeof resp);
-            resp.stVersion = RVK_QRYRESPBACKUP_VERSION;
-            memset(&blk, 0, sizeof blk);
-            blk.stVersion = RVK_DATABLK_VERSION;
-            blk.bufferLen = sizeof resp;
-            blk.bufferPtr = reinterpret_cast<char*>(&resp);
-            if (drvkGetNextQObj(statusP, handle, &blk) != RVK_RC_MORE_DATA) break;
-            TRACE(TR_API, "Found open group leader %s%s%s ID %lu %lu\n", resp.objName.fs,
-                  resp.objName.hl, resp.objName.ll, hiOf(resp.objId), loOf(resp.objId));
-            if (found < kMaxLeftovers) leftovers[found++] = resp.objId;
-        }
-        drvkEndQuery(statusP, handle);
-    }
+    int found = findOpenLeaders(this, statusP, handle, leaderNameP, leftovers);
     for (int i = 0; i < found; ++i) {
         TRACE(TR_API, "Deleting open group leader %s%s%s\n", leaderNameP->fs, leaderNameP->hl,
               leaderNameP->ll);
@@ -177,32 +206,8 @@ int DRvkApi::groupAdd(ApiStatusObj* statusP, uint32_t handle, uint8_t groupType,
 
     int rc = beginGroupTxn(this, statusP, handle, fn);
     if (rc != 0) return rc;
-    rvkGroupHandlerIn in;
-    rvkGroupHandlerOut out;
-    fillGroupRecords(&in, &out, RVK_GROUP_OPEN, handle, groupType, rvkU64{0, 0}, leaderNameP, 0,
-                     nullptr);
     uint8_t vote = RVK_VOTE_ABORT;
-    rc = drvkGroupHandler(statusP, &in, &out);
-    if (rc != 0) {
-        TRACE(TR_API, "GroupHandler Open returned %d, Voting ABORT\n", rc);
-    } else {
-        rvkMcBindKey mcKey;
-        memset(&mcKey, 0, sizeof mcKey);
-        mcKey.stVersion = RVK_MCBINDKEY_VERSION;
-        rvkObjAttr attr;
-        memset(&attr, 0, sizeof attr);
-        attr.stVersion = RVK_OBJATTR_VERSION;
-        if ((rc = drvkBindMC(statusP, handle, leaderNameP, RVK_SEND_BACKUP, &mcKey)) != 0) {
-            TRACE(TR_API, "GroupHandler bindMC returned %d, Voting ABORT\n", rc);
-        } else if ((rc = drvkSendObj(statusP, handle, RVK_SEND_BACKUP, nullptr, leaderNameP, &attr,
-                                     nullptr)) != 0) {
-            TRACE(TR_API, "GroupHandler sendObj returned %d, Voting ABORT\n", rc);
-        } else if ((rc = drvkEndSendObj(statusP, handle)) != 0) {
-            TRACE(TR_API, "GroupHandler endSendObj returned %d, Voting ABORT\n", rc);
-        } else {
-            vote = RVK_VOTE_COMMIT;
-        }
-    }
+    rc = sendLeader(this, statusP, handle, groupType, leaderNameP, &vote);
     uint16_t reason = 0;
     int endRc = drvkEndTxnEx(statusP, handle, vote, &reason, leaderIdP);
     if (endRc != 0 || reason != 0) {

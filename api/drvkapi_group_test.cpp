@@ -4,6 +4,7 @@
 #include <string>
 
 #include "api/api_testutil.h"
+#include "api/backupquery.h"
 #include "api/drvkapidl.h"
 #include "api/repo_testutil.h"
 
@@ -21,21 +22,11 @@ class GroupTest : public RepositoryTest {
         RepositoryTest::TearDown();
     }
     int countActive(rvkObjName* name) {
-        rvkQryBackupData q;
-        memset(&q, 0, sizeof q);
-        q.stVersion = RVK_QRYBACKUPDATA_VERSION;
-        q.objName = name;
-        q.objState = RVK_STATE_ACTIVE;
-        if (api_.drvkBeginQuery(&status_, handle_, RVK_QRY_BACKUP, &q) != 0) return -1;
-        rvkQryRespBackup resp;
-        rvkDataBlk blk = {RVK_DATABLK_VERSION, sizeof resp, 0, reinterpret_cast<char*>(&resp)};
+        BackupQuery query(BackupQuery::wrapped(&api_, &status_), handle_);
+        if (query.begin(name, RVK_STATE_ACTIVE) != 0) return -1;
         int n = 0;
-        for (;;) {
-            resp.stVersion = RVK_QRYRESPBACKUP_VERSION;
-            if (api_.drvkGetNextQObj(&status_, handle_, &blk) != RVK_RC_MORE_DATA) break;
-            ++n;
-        }
-        api_.drvkEndQuery(&status_, handle_);
+        while (query.next() == RVK_RC_MORE_DATA) ++n;
+        query.end();
         return n;
     }
     DRvkApiDL api_{"ORANODE", "secret", "", nullptr};
@@ -44,12 +35,7 @@ class GroupTest : public RepositoryTest {
 
 TEST_F(GroupTest, OpeningRemovesLeftoverLeadersAndAbortsWhenRefused) {
     admin("load ORANODE", "/oracle\t/group\t/leader\t2024-01-02 03:04:05\t10\n");
-    rvkObjName leader;
-    memset(&leader, 0, sizeof leader);
-    strcpy(leader.fs, "/oracle");
-    strcpy(leader.hl, "/group");
-    strcpy(leader.ll, "/leader");
-    leader.objType = RVK_OBJ_FILE;
+    rvkObjName leader = BackupQuery::objectName("/oracle", "/group", "/leader", RVK_OBJ_FILE);
     ASSERT_EQ(1, countActive(&leader));
 
     TraceToFile trace({&TR_API});

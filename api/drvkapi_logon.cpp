@@ -50,6 +50,168 @@ void dumpSessInfo(const rvkSessInfo& si) {
           static_cast<int>(reinterpret_cast<intptr_t>(si.serverName)));
 }
 
+// One log-on in progress: what the steps of LogonFull share.
+struct LogonRun {
+    DRvkApi* apiP;
+    ApiStatusObj* statusP;
+    RvkPwCallback pwCallback;
+    char* savedPasswordP;  // the object's own password field
+    int pwAccess;          // the client options' password access
+    char node[kPwSize];
+    char password[kPwSize];
+    uint32_t handle;
+};
+
+// The library's text for a failed call's code, for the trace line that
+// reports the failure.
+struct RcText {
+    char msg[1024];
+};
+
+RcText rcText(const LogonRun& run, int rc) {
+    RcText text = {""};
+    int len = 0;
+    run.apiP->AgtRvkRCMsg(run.statusP, run.handle, rc, text.msg, sizeof text.msg, &len);
+    return text;
+}
+
+void traceArguments(const char* fn, ApiStatusObj* statusP, rvkSessInfo* sessInfoP,
+                    uint32_t* rvkHandleP, const char* nodeNameP, const char* asNodeNameP,
+                    const char* ownerNameP, const char* passwordP, const char* newPasswordP,
+                    const char* optFileP, RvkPwCallback pwCallback) {
+    TRACE(TR_API,
+          "Enter %s\n  ApiStatusObjP : %#x\n  rvkSessInfoP  : %#x\n  rvkHandleP    : %#x\n  "
+          "nodeNameP     : %#x %s\n  asNodeNameP   : %#x %s\n  ownerNameP    : %#x %s\n  "
+          "passwordP     : %#x\n  newPasswordP  : %#x\n  optFileP      : %#x %s\n  pwCallback    "
+          ": %#x\n",
+          fn, hexOf(statusP), hexOf(sessInfoP), hexOf(rvkHandleP), hexOf(nodeNameP),
+          orNull(nodeNameP), hexOf(asNodeNameP), orNull(asNodeNameP), hexOf(ownerNameP),
+          orNull(ownerNameP), hexOf(passwordP), hexOf(newPasswordP), hexOf(optFileP),
+          orNull(optFileP), hexOf(reinterpret_cast<const void*>(pwCallback)));
+}
+
+// Whether the library keeps the password decides when to ask for one.
+int passwordAccess(DRvkApi* apiP, ApiStatusObj* statusP) {
+    auto cliOpts = rvkRecord<rvkCliOptions>(RVK_CLIOPTIONS_VERSION);
+    apiP->drvkQueryCliOptions(statusP, &cliOpts);
+    return cliOpts.passwordAccess;
+}
+
+// The caller's base options, with -ASNODE added when a node is named.
+void buildOptions(const char* asNodeNameP, char* szOptions, size_t size) {
+    const RvkApiSetupInfo* setupP = DRvkApi::m_RvkApiSetupInfoP;
+    const char* baseOptions = (setupP && setupP->baseOptions) ? setupP->baseOptions : "";
+    if (asNodeNameP && strlen(asNodeNameP) > 1) {
+        snprintf(szOptions, size, "%s -ASNODE=%s", baseOptions, asNodeNameP);
+    } else {
+        snprintf(szOptions, size, "%s", baseOptions);
+    }
+}
+
+// Asks the password callback (reason 137 or the expired-password code) into
+// out. 0 when it gave a password; else 101 when the user cancelled, 137
+// when it gave none.
+int askPassword(LogonRun& run, int reason, char* out) {
+    TRACE(TR_API, "Calling the password callback...\n");
+    int32_t intRc = run.pwCallback(reason, run.pwAccess, run.password, run.node, out, kPwSize,
+                                   run.savedPasswordP);
+    TRACE(TR_API, "Returned from the password callback, intRc = %d\n", intRc);
+    if (out[0] != '\0') return 0;
+    if (intRc == 101) {
+        TRACE(TR_API, "The password callback cancelled by the user.\n");
+        return 101;
+    }
+    TRACE(TR_API, "The password callback did not return a password.\n");
+    return 137;
+}
+
+// One RVKINITEX call with the run's node and password.
+int initEx(LogonRun& run, const char* fn, const char* optFileP, char* szOptions) {
+    rvkApiVersionEx buildVersion = drvkBuildVersion();
+    char appType[] = "ZEBO Linux86";
+    // No owner and no user name: the node logs on for itself.
+    rvkInitExIn in = {RVK_INITEXIN_VERSION,
+                      &buildVersion,
+                      run.node,
+                      nullptr,
+                      run.password,
+                      nullptr,
+                      nullptr,
+                      appType,
+                      const_cast<char*>(optFileP),
+                      szOptions};
+    auto out = rvkRecord<rvkInitExOut>(RVK_INITEXOUT_VERSION);
+    TRACE(TR_API,
+          "Calling RVKINITEX()...\n  apiBuildVersionEx : %d.%d.%d.%d.%d\n  nodeNameP         : "
+          "%#x\n  applicationType   : %s\n  optFileP          : %#x\n  szOptions         : %s\n",
+          buildVersion.stVersion, buildVersion.version, buildVersion.release, buildVersion.level,
+          buildVersion.subLevel, hexOf(in.nodeName), in.appType, hexOf(in.optFile), szOptions);
+    // Through the global object, the only one there is.
+    DRvkApi* apiP = gRvkApiObjP ? gRvkApiObjP : run.apiP;
+    int rc = apiP->drvkInitEx(run.statusP, &run.handle, &in, &out);
+    if (rc == 0) {
+        TRACE(TR_API,
+              "%s: RVKINITEX() was successful.\n   rvkHandle             : %#x\n   "
+              "userNameAuthorities   : %d\n   infoRC                : %d\n   koruServerName  "
+              "      : <%s>\n   Server V.R.M.L        : %d.%d.%d.%d\n",
+              fn, run.handle, out.userNameAuthorities, out.infoRC, out.serverName, out.serverVer,
+              out.serverRel, out.serverLev, out.serverSubLev);
+    } else if (TR_API) {
+        TRACE(TR_API, "Calling AGTRVKRCMSG( %d )\n", rc);
+        RcText text = rcText(run, rc);
+        TRACE(TR_API, "AGTRVKRCMSG() completed\n");
+        TRACE(TR_API, "RVKINITEX() failed, rc = %d, infoRC = %d, msg = %s\n", rc, out.infoRC,
+              text.msg);
+    }
+    return rc;
+}
+
+// RVKINITEX until it is done: the callback is asked first when the library
+// keeps no password and none was given, and once more when a password kept
+// by the library was refused.
+int logOnAttempts(LogonRun& run, const char* fn, const char* passwordP, const char* newPasswordP,
+                  const char* optFileP, char* szOptions) {
+    for (bool firstPass = true;; firstPass = false) {
+        if (!firstPass || (run.pwAccess != RVK_PASSWD_GENERATE && !given(passwordP))) {
+            char out[kPwSize] = "";
+            if (int rc = askPassword(run, 137, out)) return rc;
+            snprintf(run.password, sizeof run.password, "%s", out);
+        }
+        int rc = initEx(run, fn, optFileP, szOptions);
+        bool retry = isPasswordError(rc) && !given(newPasswordP) &&
+                     run.pwAccess == RVK_PASSWD_GENERATE && firstPass;
+        if (!retry) return rc;
+    }
+}
+
+// RVKCHANGEPW to newPassword; the run's password follows it on success.
+int changePassword(LogonRun& run, char* newPassword) {
+    TRACE(TR_API, "Calling RVKCHANGEPW()...\n  rvkHandle   : %#x\n  newPasswordP: %#x\n",
+          run.handle, hexOf(newPassword));
+    int pwRc = run.apiP->drvkChangePW(run.statusP, run.handle, run.password, newPassword);
+    if (pwRc != 0) {
+        RcText text = rcText(run, pwRc);
+        TRACE(TR_API, "RVKCHANGEPW() failed, rc = %d, msg = %s\n", pwRc, text.msg);
+        return pwRc;
+    }
+    TRACE(TR_API, "RVKCHANGEPW() was successful.\n");
+    snprintf(run.password, sizeof run.password, "%s", newPassword);
+    return 0;
+}
+
+int querySessInfo(LogonRun& run, rvkSessInfo* sessInfoP) {
+    TRACE(TR_API, "Calling RVKQUERYSESSINFO()...\n  rvkHandle   : %#x\n  rvkSessInfoP: %#x\n",
+          run.handle, hexOf(sessInfoP));
+    int siRc = run.apiP->drvkQuerySessInfo(run.statusP, run.handle, sessInfoP);
+    if (siRc != 0) {
+        RcText text = rcText(run, siRc);
+        TRACE(TR_API, "RVKQUERYSESSINFO() failed, rc = %d, msg = %s\n", siRc, text.msg);
+        return siRc;
+    }
+    dumpSessInfo(*sessInfoP);
+    return 0;
+}
+
 }  // namespace
 
 int32_t DRvkApi::defaultPWCallback(int, int, const char*, const char*, char* outP, int outSize,
@@ -92,170 +254,41 @@ int DRvkApi::LogonFull(ApiStatusObj* statusP, rvkSessInfo* sessInfoP, uint32_t* 
                        const char* passwordP, const char* newPasswordP, const char* optFileP,
                        RvkPwCallback pwCallback) {
     static const char* const fn = "DRvkApi::LogonFull()";
-    TRACE(TR_API,
-          "Enter %s\n  ApiStatusObjP : %#x\n  rvkSessInfoP  : %#x\n  rvkHandleP    : %#x\n  "
-          "nodeNameP     : %#x %s\n  asNodeNameP   : %#x %s\n  ownerNameP    : %#x %s\n  "
-          "passwordP     : %#x\n  newPasswordP  : %#x\n  optFileP      : %#x %s\n  pwCallback    "
-          ": %#x\n",
-          fn, hexOf(statusP), hexOf(sessInfoP), hexOf(rvkHandleP), hexOf(nodeNameP),
-          orNull(nodeNameP), hexOf(asNodeNameP), orNull(asNodeNameP), hexOf(ownerNameP),
-          orNull(ownerNameP), hexOf(passwordP), hexOf(newPasswordP), hexOf(optFileP),
-          orNull(optFileP), hexOf(reinterpret_cast<const void*>(pwCallback)));
+    traceArguments(fn, statusP, sessInfoP, rvkHandleP, nodeNameP, asNodeNameP, ownerNameP,
+                   passwordP, newPasswordP, optFileP, pwCallback);
     if (sessInfoP) {
         memset(sessInfoP, 0, sizeof *sessInfoP);
         sessInfoP->stVersion = RVK_SESSINFO_VERSION;
     }
     if (rvkHandleP) *rvkHandleP = 0;
-    if (!pwCallback) pwCallback = defaultPWCallback;
 
-    // Whether the library keeps the password decides when to ask for one.
-    rvkCliOptions cliOpts;
-    memset(&cliOpts, 0, sizeof cliOpts);
-    cliOpts.stVersion = RVK_CLIOPTIONS_VERSION;
-    drvkQueryCliOptions(statusP, &cliOpts);
-    int pwAccess = cliOpts.passwordAccess;
-
-    char node[kPwSize] = "";
-    char password[kPwSize] = "";
-    if (given(nodeNameP)) snprintf(node, sizeof node, "%s", nodeNameP);
-    if (given(passwordP)) snprintf(password, sizeof password, "%s", passwordP);
-
-    rvkApiVersionEx buildVersion;
-    memset(&buildVersion, 0, sizeof buildVersion);
-    buildVersion.stVersion = RVK_APIVERSIONEX_VERSION;
-    buildVersion.version = 5;
-    buildVersion.release = 5;
-
-    const char* baseOptions = (m_RvkApiSetupInfoP && m_RvkApiSetupInfoP->baseOptions)
-                                  ? m_RvkApiSetupInfoP->baseOptions
-                                  : "";
+    LogonRun run;
+    memset(&run, 0, sizeof run);
+    run.apiP = this;
+    run.statusP = statusP;
+    run.pwCallback = pwCallback ? pwCallback : defaultPWCallback;
+    run.savedPasswordP = m_password;
+    run.pwAccess = passwordAccess(this, statusP);
+    if (given(nodeNameP)) snprintf(run.node, sizeof run.node, "%s", nodeNameP);
+    if (given(passwordP)) snprintf(run.password, sizeof run.password, "%s", passwordP);
     char szOptions[1400];
-    if (asNodeNameP && strlen(asNodeNameP) > 1) {
-        snprintf(szOptions, sizeof szOptions, "%s -ASNODE=%s", baseOptions, asNodeNameP);
-    } else {
-        snprintf(szOptions, sizeof szOptions, "%s", baseOptions);
-    }
+    buildOptions(asNodeNameP, szOptions, sizeof szOptions);
 
-    uint32_t handle = 0;
-    int rc = 0;
-    bool firstPass = true;
-    for (;;) {
-        if (!firstPass || (pwAccess != RVK_PASSWD_GENERATE && !given(passwordP))) {
-            TRACE(TR_API, "Calling the password callback...\n");
-            char out[kPwSize] = "";
-            int32_t intRc = pwCallback(137, pwAccess, password, node, out, kPwSize, m_password);
-            TRACE(TR_API, "Returned from the password callback, intRc = %d\n", intRc);
-            if (out[0] == '\0') {
-                if (intRc == 101) {
-                    TRACE(TR_API, "The password callback cancelled by the user.\n");
-                    rc = 101;
-                } else {
-                    TRACE(TR_API, "The password callback did not return a password.\n");
-                    rc = 137;
-                }
-                break;
-            }
-            snprintf(password, sizeof password, "%s", out);
-        }
-
-        rvkInitExIn in;
-        rvkInitExOut out;
-        memset(&in, 0, sizeof in);
-        memset(&out, 0, sizeof out);
-        in.stVersion = RVK_INITEXIN_VERSION;
-        in.apiVersionEx = &buildVersion;
-        in.nodeName = node;
-        in.ownerName = nullptr;
-        in.password = password;
-        in.appType = const_cast<char*>("ZEBO Linux86");
-        in.optFile = const_cast<char*>(optFileP);
-        in.options = szOptions;
-        out.stVersion = RVK_INITEXOUT_VERSION;
-        TRACE(
-            TR_API,
-            "Calling RVKINITEX()...\n  apiBuildVersionEx : %d.%d.%d.%d.%d\n  nodeNameP         : "
-            "%#x\n  applicationType   : %s\n  optFileP          : %#x\n  szOptions         : %s\n",
-            buildVersion.stVersion, buildVersion.version, buildVersion.release, buildVersion.level,
-            buildVersion.subLevel, hexOf(in.nodeName), in.appType, hexOf(in.optFile), szOptions);
-        // Through the global object, the only one there is.
-        DRvkApi* apiP = gRvkApiObjP ? gRvkApiObjP : this;
-        rc = apiP->drvkInitEx(statusP, &handle, &in, &out);
-        if (rc == 0) {
-            TRACE(TR_API,
-                  "%s: RVKINITEX() was successful.\n   rvkHandle             : %#x\n   "
-                  "userNameAuthorities   : %d\n   infoRC                : %d\n   koruServerName  "
-                  "      : <%s>\n   Server V.R.M.L        : %d.%d.%d.%d\n",
-                  fn, handle, out.userNameAuthorities, out.infoRC, out.serverName, out.serverVer,
-                  out.serverRel, out.serverLev, out.serverSubLev);
-        } else if (TR_API) {
-            char msg[1024];
-            int len = 0;
-            TRACE(TR_API, "Calling AGTRVKRCMSG( %d )\n", rc);
-            AgtRvkRCMsg(statusP, handle, rc, msg, sizeof msg, &len);
-            TRACE(TR_API, "AGTRVKRCMSG() completed\n");
-            TRACE(TR_API, "RVKINITEX() failed, rc = %d, infoRC = %d, msg = %s\n", rc, out.infoRC,
-                  msg);
-        }
-        // A password kept by the library was refused: ask for one, once.
-        if (isPasswordError(rc) && !given(newPasswordP) && pwAccess == RVK_PASSWD_GENERATE &&
-            firstPass) {
-            firstPass = false;
-            continue;
-        }
-        break;
-    }
+    int rc = logOnAttempts(run, fn, passwordP, newPasswordP, optFileP, szOptions);
 
     // A new password: asked for by the caller, or demanded by the server.
     char newPassword[kPwSize] = "";
     if (rc == 0 && given(newPasswordP)) {
         snprintf(newPassword, sizeof newPassword, "%s", newPasswordP);
     } else if (rc == RVK_RC_PASSWD_EXPIRED) {
-        TRACE(TR_API, "Calling the password callback...\n");
-        int32_t intRc = pwCallback(RVK_RC_PASSWD_EXPIRED, pwAccess, password, node, newPassword,
-                                   kPwSize, m_password);
-        TRACE(TR_API, "Returned from the password callback, intRc = %d\n", intRc);
-        if (newPassword[0] == '\0' && intRc == 101) {
-            TRACE(TR_API, "The password callback cancelled by the user.\n");
-            rc = 101;
-        } else if (newPassword[0] == '\0') {
-            TRACE(TR_API, "The password callback did not return a password.\n");
-        }
+        if (askPassword(run, RVK_RC_PASSWD_EXPIRED, newPassword) == 101) rc = 101;
     }
-    if (newPassword[0] != '\0') {
-        TRACE(TR_API, "Calling RVKCHANGEPW()...\n  rvkHandle   : %#x\n  newPasswordP: %#x\n",
-              handle, hexOf(newPassword));
-        int pwRc = drvkChangePW(statusP, handle, password, newPassword);
-        if (pwRc != 0) {
-            char msg[1024];
-            int len = 0;
-            AgtRvkRCMsg(statusP, handle, pwRc, msg, sizeof msg, &len);
-            TRACE(TR_API, "RVKCHANGEPW() failed, rc = %d, msg = %s\n", pwRc, msg);
-            rc = pwRc;
-        } else {
-            TRACE(TR_API, "RVKCHANGEPW() was successful.\n");
-            snprintf(password, sizeof password, "%s", newPassword);
-            rc = 0;
-        }
-    }
+    if (newPassword[0] != '\0') rc = changePassword(run, newPassword);
+    if (sessInfoP && rc == 0) rc = querySessInfo(run, sessInfoP);
 
-    if (sessInfoP && rc == 0) {
-        TRACE(TR_API, "Calling RVKQUERYSESSINFO()...\n  rvkHandle   : %#x\n  rvkSessInfoP: %#x\n",
-              handle, hexOf(sessInfoP));
-        int siRc = drvkQuerySessInfo(statusP, handle, sessInfoP);
-        if (siRc != 0) {
-            char msg[1024];
-            int len = 0;
-            AgtRvkRCMsg(statusP, handle, siRc, msg, sizeof msg, &len);
-            TRACE(TR_API, "RVKQUERYSESSINFO() failed, rc = %d, msg = %s\n", siRc, msg);
-            rc = siRc;
-        } else {
-            dumpSessInfo(*sessInfoP);
-        }
-    }
-
-    if (rvkHandleP) *rvkHandleP = handle;
-    snprintf(m_password, sizeof m_password, "%s", password);
-    memset(password, 0, sizeof password);
+    if (rvkHandleP) *rvkHandleP = run.handle;
+    snprintf(m_password, sizeof m_password, "%s", run.password);
+    memset(run.password, 0, sizeof run.password);
     memset(newPassword, 0, sizeof newPassword);
     TRACE(TR_API, "Exit %s, rc = %d\n", fn, rc);
     return rc;

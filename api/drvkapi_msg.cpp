@@ -97,16 +97,12 @@ void DRvkApi::LogApiError(ApiStatusObj* statusP, uint32_t handle, int rc,
 void DRvkApi::writeKoruServerLog(ApiStatusObj* statusP, uint32_t handle, uint32_t severity,
                                  char* textP, const char* appMsgIdP) {
     TRACE(TR_API, "Enter %s\n", "DRvkApi::writeKoruServerLog()");
-    rvkLogEventIn in;
-    rvkLogEventOut out;
-    memset(&in, 0, sizeof in);
-    memset(&out, 0, sizeof out);
-    in.stVersion = RVK_LOGEVENTIN_VERSION;
+    auto in = rvkRecord<rvkLogEventIn>(RVK_LOGEVENTIN_VERSION);
+    auto out = rvkRecord<rvkLogEventOut>(RVK_LOGEVENTOUT_VERSION);
     in.severity = severity;
     snprintf(in.appMsgId, sizeof in.appMsgId, "%s", appMsgIdP ? appMsgIdP : "");
     in.logType = RVK_LOG_SERVER;
     in.message = textP;
-    out.stVersion = RVK_LOGEVENTOUT_VERSION;
     int rc = drvkLogEventEx(statusP, handle, &in, &out);
     TRACE(TR_API, "Exit %s, rvkLogEventEx rc = %d\n", "DRvkApi::writeKoruServerLog()", rc);
 }

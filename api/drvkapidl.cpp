@@ -18,7 +18,7 @@ struct LookupEntry {
 };
 
 #define DRVK_NAME_OF(Name) "rvk" #Name,
-const char* const kEntryNames[DRVK_ENTRY_COUNT] = {DRVK_ENTRY_POINTS(DRVK_NAME_OF)};
+const char* const kEntryNames[RVK_ENTRY_COUNT] = {RVK_ENTRY_POINTS(DRVK_NAME_OF)};
 #undef DRVK_NAME_OF
 
 }  // namespace
@@ -68,11 +68,11 @@ int DRvkApiDL::Setup() {
         TRACE(TR_API, "VLT API loaded successfully\n");
     }
 
-    LookupEntry list[DRVK_ENTRY_COUNT];
+    LookupEntry list[RVK_ENTRY_COUNT];
     memset(list, 0, sizeof list);
-    for (int i = 0; i < DRVK_ENTRY_COUNT; ++i) strcpy(list[i].name, kEntryNames[i]);
+    for (int i = 0; i < RVK_ENTRY_COUNT; ++i) strcpy(list[i].name, kEntryNames[i]);
     bool complete = true;
-    for (int i = 0; i < DRVK_ENTRY_COUNT; ++i) {
+    for (int i = 0; i < RVK_ENTRY_COUNT; ++i) {
         // With a failed open the handle is null and the lookup fails at once.
         list[i].address = dlsym(m_hKoruDll, list[i].name);
         if (!list[i].address) {
@@ -84,8 +84,8 @@ int DRvkApiDL::Setup() {
     }
     // All or nothing: a partial table is never published.
     if (complete && rc == 0) {
-        void* addresses[DRVK_ENTRY_COUNT];
-        for (int i = 0; i < DRVK_ENTRY_COUNT; ++i) addresses[i] = list[i].address;
+        void* addresses[RVK_ENTRY_COUNT];
+        for (int i = 0; i < RVK_ENTRY_COUNT; ++i) addresses[i] = list[i].address;
         SetPointers(addresses);
     }
     TRACE(TR_API, "Exit %s, rc = %d\n", fn, rc);

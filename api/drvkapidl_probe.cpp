@@ -32,7 +32,7 @@ int main(int argc, char** argv) {
     int nulls = 0;
 #define DRVK_COUNT_NULL(Name) \
     if (!DRvkApi::m_fnrvk##Name##P) ++nulls;
-    DRVK_ENTRY_POINTS(DRVK_COUNT_NULL)
+    RVK_ENTRY_POINTS(DRVK_COUNT_NULL)
 #undef DRVK_COUNT_NULL
     int closed = 1;
     if (argc > 1) {

@@ -63,7 +63,7 @@ TEST(DRvkApiDLTest, SetupResolvesEveryNameOnceAndCleanupClearsAllButOne) {
 #define DRVK_CHECK_SLOT(Name)                                                                 \
     EXPECT_EQ(dlsym(handle, "rvk" #Name), reinterpret_cast<void*>(DRvkApi::m_fnrvk##Name##P)) \
         << "rvk" #Name;
-    DRVK_ENTRY_POINTS(DRVK_CHECK_SLOT)
+    RVK_ENTRY_POINTS(DRVK_CHECK_SLOT)
 #undef DRVK_CHECK_SLOT
 
     // A second object shares the handle and loads nothing.
@@ -77,7 +77,7 @@ TEST(DRvkApiDLTest, SetupResolvesEveryNameOnceAndCleanupClearsAllButOne) {
     int nulls = 0;
 #define DRVK_COUNT_NULL(Name) \
     if (!DRvkApi::m_fnrvk##Name##P) ++nulls;
-    DRVK_ENTRY_POINTS(DRVK_COUNT_NULL)
+    RVK_ENTRY_POINTS(DRVK_COUNT_NULL)
 #undef DRVK_COUNT_NULL
     EXPECT_EQ(42, nulls);
     EXPECT_EQ(version, DRvkApi::m_fnrvkQueryApiVersionExP);

@@ -31,18 +31,22 @@ TEST_F(PsDirsTest, DefaultsComeFromTheInstallDirectories) {
 }
 
 TEST_F(PsDirsTest, VariablesGetTheirSlashOnlyWhereItBelongs) {
-    setenv("RVKI_DIR", "/api/dir/", 1);
-    EXPECT_EQ(0, psGetKORUApiDir(buf_, sizeof buf_));
-    EXPECT_STREQ("/api/dir/", buf_);
-    setenv("RVKI_DIR", "/api/dir", 1);
-    EXPECT_EQ(0, psGetKORUApiDir(buf_, sizeof buf_));
-    EXPECT_STREQ("/api/dir/", buf_);
-    setenv("RVKI_LOG", "/logs", 1);
-    EXPECT_EQ(0, psGetKORUApiLog(buf_, sizeof buf_));
-    EXPECT_STREQ("/logs/", buf_);
-    setenv("RVKI_CONFIG", "/etc/conf/", 1);
-    EXPECT_EQ(0, psGetKORUApiConfig(buf_, sizeof buf_));
-    EXPECT_STREQ("/etc/conf/", buf_);
+    struct Case {
+        const char* variable;
+        const char* value;
+        int (*get)(char*, size_t);
+        const char* expected;
+    } cases[] = {
+        {"RVKI_DIR", "/api/dir/", psGetKORUApiDir, "/api/dir/"},
+        {"RVKI_DIR", "/api/dir", psGetKORUApiDir, "/api/dir/"},
+        {"RVKI_LOG", "/logs", psGetKORUApiLog, "/logs/"},
+        {"RVKI_CONFIG", "/etc/conf/", psGetKORUApiConfig, "/etc/conf/"},
+    };
+    for (const Case& c : cases) {
+        setenv(c.variable, c.value, 1);
+        EXPECT_EQ(0, c.get(buf_, sizeof buf_));
+        EXPECT_STREQ(c.expected, buf_) << c.variable << "=" << c.value;
+    }
 }
 
 TEST_F(PsDirsTest, ResultMustFitWithItsTerminator) {

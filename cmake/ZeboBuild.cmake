@@ -38,6 +38,15 @@ function(zebo_library name)
   endif()
 endfunction()
 
+# zebo_test_program(NAME SOURCES... [LIBS ...]): a program that only the
+# tests run, built into <build>/testbin and never installed.
+function(zebo_test_program name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS})
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/testbin)
+endfunction()
+
 # zebo_tests(NAME SOURCES... [LIBS ...]): one GoogleTest binary, every test
 # registered with CTest. Does nothing when tests are off.
 function(zebo_tests name)

@@ -94,18 +94,10 @@ struct Counts {
     int onServer = 0, inCatalog = 0, orphans = 0, diskOnly = 0;
 };
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    Arguments args;
-    if (!parseArguments(argc, argv, &args)) {
-        fputs(kUsage, stderr);
-        return 2;
-    }
-    demo::PlanOptions options = demo::demoPlanOptions(args.today, args.days);
-    options.seed = args.seed;
-    std::vector<demo::BackupPiece> pieces = demo::planBackups(options);
-
+// Another node's database on the same server, over at most the last 30
+// days: objects that the run must leave alone.
+std::vector<demo::BackupPiece> otherNodePieces(const demo::PlanOptions& options,
+                                               const Arguments& args) {
     demo::PlanOptions other = options;
     other.databases = demo::otherNodeDatabases();
     other.scatteredLoss = 0;
@@ -113,19 +105,21 @@ int main(int argc, char** argv) {
     other.diskBackups = false;
     other.days = args.days < 30 ? args.days : 30;
     other.firstDay = demo::fromDayNumber(demo::dayNumber(args.today) - other.days);
-    std::vector<demo::BackupPiece> otherPieces = demo::planBackups(other);
+    return demo::planBackups(other);
+}
 
+// Writes the four files and counts the pieces of each database. Null, or
+// the format of the message that says what failed.
+const char* writeFiles(const Arguments& args, const std::vector<demo::BackupPiece>& pieces,
+                       const std::vector<demo::BackupPiece>& otherPieces,
+                       std::map<std::string, Counts>* counts) {
     std::ofstream server(args.out + "/server-objects.tsv");
     std::ofstream otherServer(args.out + "/other-node-objects.tsv");
     std::ofstream catalog(args.out + "/catalog-pieces.tsv");
     std::ofstream orphans(args.out + "/orphans.txt");
-    if (!server || !otherServer || !catalog || !orphans) {
-        fprintf(stderr, "demodata: cannot write into %s\n", args.out.c_str());
-        return 1;
-    }
-    std::map<std::string, Counts> counts;
+    if (!server || !otherServer || !catalog || !orphans) return "demodata: cannot write into %s\n";
     for (const demo::BackupPiece& p : pieces) {
-        Counts& c = counts[p.database];
+        Counts& c = (*counts)[p.database];
         if (p.onServer) {
             writeServerLine(server, args.fs, p);
             ++c.onServer;
@@ -141,16 +135,21 @@ int main(int argc, char** argv) {
         if (!p.onServer) ++c.diskOnly;
     }
     for (const demo::BackupPiece& p : otherPieces) writeServerLine(otherServer, args.fs, p);
-
     server.close();
     otherServer.close();
     catalog.close();
     orphans.close();
-    if (!server || !otherServer || !catalog || !orphans) {
-        fprintf(stderr, "demodata: writing into %s failed\n", args.out.c_str());
-        return 1;
-    }
+    if (!server || !otherServer || !catalog || !orphans)
+        return "demodata: writing into %s failed\n";
+    return nullptr;
+}
 
+void printCounts(const char* name, const Counts& c) {
+    printf("  %-8s %10d %11d %9d %10d\n", name, c.onServer, c.inCatalog, c.orphans, c.diskOnly);
+}
+
+void printSummary(const demo::PlanOptions& options, const Arguments& args,
+                  const std::map<std::string, Counts>& counts, size_t otherObjects) {
     printf("RMAN backups from %s to %s:\n",
            demo::formatDateTime(options.firstDay).substr(0, 10).c_str(),
            demo::formatDateTime(demo::fromDayNumber(demo::dayNumber(args.today) - 1))
@@ -161,15 +160,33 @@ int main(int argc, char** argv) {
     Counts total;
     for (const auto& entry : counts) {
         const Counts& c = entry.second;
-        printf("  %-8s %10d %11d %9d %10d\n", entry.first.c_str(), c.onServer, c.inCatalog,
-               c.orphans, c.diskOnly);
+        printCounts(entry.first.c_str(), c);
         total.onServer += c.onServer;
         total.inCatalog += c.inCatalog;
         total.orphans += c.orphans;
         total.diskOnly += c.diskOnly;
     }
-    printf("  %-8s %10d %11d %9d %10d\n", "total", total.onServer, total.inCatalog, total.orphans,
-           total.diskOnly);
-    printf("  another node's database on the same server: %zu objects\n", otherPieces.size());
+    printCounts("total", total);
+    printf("  another node's database on the same server: %zu objects\n", otherObjects);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Arguments args;
+    if (!parseArguments(argc, argv, &args)) {
+        fputs(kUsage, stderr);
+        return 2;
+    }
+    demo::PlanOptions options = demo::demoPlanOptions(args.today, args.days);
+    options.seed = args.seed;
+    std::vector<demo::BackupPiece> pieces = demo::planBackups(options);
+    std::vector<demo::BackupPiece> otherPieces = otherNodePieces(options, args);
+    std::map<std::string, Counts> counts;
+    if (const char* failure = writeFiles(args, pieces, otherPieces, &counts)) {
+        fprintf(stderr, failure, args.out.c_str());
+        return 1;
+    }
+    printSummary(options, args, counts, otherPieces.size());
     return 0;
 }

@@ -4,6 +4,7 @@
 
 #include "agent/zebomem.h"
 #include "common/ut/trace.h"
+#include "sync/phasetime.h"
 
 namespace {
 
@@ -277,9 +278,11 @@ BTree* utNewTree() {
 
 void utDeleteTree(BTree* tree) {
     if (!tree) return;
+    utBenchMark("release.start");
     FreeMemory(tree->root);
     tree->root = nullptr;
     FREE(&tree, __FILE__, __LINE__);
+    utBenchMark("release.end");
 }
 
 int IsertItem(BTree* tree, const void* key, uint32_t keySize, BTreeCopyFn copyFunction,

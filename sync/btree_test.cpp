@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "agent/zebomem.h"
+#include "testing/seam.h"
 
 namespace {
 
@@ -71,16 +72,15 @@ class BTreeTest : public ::testing::Test {
   protected:
     void SetUp() override {
         gAllocations = gFailAt = gLive = 0;
-        ZeboAllocator counting = {testMalloc, testCalloc, testRealloc, testFree};
-        zeboSetAllocator(&counting);
         tree = utNewTree();
         ASSERT_NE(tree, nullptr);
     }
     void TearDown() override {
         utDeleteTree(tree);
         EXPECT_EQ(gLive, 0) << "blocks left after the tree was deleted";
-        zeboSetAllocator(nullptr);
     }
+    zebotest::ScopedSeam<PsAllocator> allocator_{psAllocator,
+                                                 {testMalloc, testCalloc, testRealloc, testFree}};
     int insert(const std::string& key) {
         return IsertItem(tree, key.c_str(), static_cast<uint32_t>(key.size() + 1), utInsertFilename,
                          utFindFilename);

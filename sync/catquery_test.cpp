@@ -14,6 +14,7 @@
 #include "common/ut/testflags.h"
 #include "sync/sqlplusrun.h"
 #include "sync/syncdb_testutil.h"
+#include "testing/seam.h"
 #include "testing/testutil.h"
 
 namespace {
@@ -176,7 +177,7 @@ TEST_F(CatalogQueryTest, NeverWritesThroughALinkPlantedAtTheName) {
 }
 
 TEST(DefaultDateRange, FollowsTheOrderOfTheUserLayout) {
-    synctest::FixedClock clock(1709812800);  // 2024-03-07 12:00 UTC
+    zebotest::FixedClock clock(1709812800);  // 2024-03-07 12:00 UTC
     char from[UT_DATE_TEXT_SIZE];
     char to[UT_DATE_TEXT_SIZE];
     struct Case {

@@ -16,6 +16,7 @@
 #include "sync/answer.h"
 #include "sync/apireport.h"
 #include "sync/deletepass.h"
+#include "sync/phasetime.h"
 #include "sync/sigcleanup.h"
 #include "sync/visible.h"
 
@@ -171,7 +172,9 @@ int16_t utDeleteFiles(SyncList* syncList, AgentContext* context, UtDeletePass* p
     // A signal during the pass is only noted (see stopOnSignal); the caller
     // ends the run once the summary and the report are out.
     utEnterTransaction();
+    utBenchMark("delete.start");
     int16_t rc = deleteMarked(syncList, context, pass);
+    utBenchMark("delete.end");
     utLeaveTransaction();
     // Also after the failures that show nothing else on the screen.
     utShowDeleteSummary(*pass);

@@ -1,7 +1,10 @@
 // Whole runs of zebosync that delete orphans: answers on standard input, the
 // result read from the server's repository, its activity log and the trace.
 // A failed call ends the run, so what the pick list kept after it is never
-// seen: the server, the logs and the exit status are what count.
+// seen: the server, the logs and the exit status are what count. The
+// failures of single calls are tested in-process (deletefiles_test.cpp,
+// getpicklist_test.cpp); a run for the query and one for a deletion check
+// that their codes become the exit status.
 #include <gtest/gtest.h>
 
 #include "sync/syncrun_testutil.h"
@@ -31,20 +34,13 @@ TEST_F(DeleteRunTest, PickedOrphansGoInTransactionsOfTheServersMaximum) {
     EXPECT_LT(r.out.find("QEV2581I"), sqlplus) << r.out;
 }
 
-TEST_F(DeleteRunTest, NoAnswerOrNothingPickedDeletesNothing) {
+TEST_F(DeleteRunTest, NothingPickedBeginsAndCommitsOneEmptyTransaction) {
     syncrun::Scratch scratch(4, {}, 2);
     zebotest::RunResult r =
-        zebotest::run(scratch.command(), syncrun::Scratch::catalogAnswers() + "+\no\nno\nq\n");
+        zebotest::run(scratch.command(), syncrun::Scratch::catalogAnswers() + "o\ny\nq\n");
     EXPECT_EQ(0, r.status) << r.err;
-    EXPECT_EQ("", syncrun::transactionCalls(scratch.trace()));
+    EXPECT_EQ("BE", syncrun::transactionCalls(scratch.trace()));
     EXPECT_EQ("1 2 3 4", scratch.onServer());
-
-    // Nothing picked: one empty transaction is begun and committed.
-    syncrun::Scratch second(4, {}, 2);
-    r = zebotest::run(second.command(), syncrun::Scratch::catalogAnswers() + "o\ny\nq\n");
-    EXPECT_EQ(0, r.status) << r.err;
-    EXPECT_EQ("BE", syncrun::transactionCalls(second.trace()));
-    EXPECT_EQ("1 2 3 4", second.onServer());
 }
 
 TEST_F(DeleteRunTest, AFailedDeletionAbortsAndBecomesTheExitStatus) {
@@ -62,14 +58,15 @@ TEST_F(DeleteRunTest, AFailedDeletionAbortsAndBecomesTheExitStatus) {
     EXPECT_NE(std::string::npos, trace.find("RVKDELETEOBJ() failed rc = 130"));
     EXPECT_EQ(0u, zebotest::occurrences(scratch.activityLog(), "Deleted backup object"));
     EXPECT_NE(std::string::npos, scratch.errorLog().find(" ==> ")) << "API text in the error log";
+}
 
-    // A transaction that cannot begin: no deletion is tried.
-    syncrun::Scratch second(3, {}, 10);
-    r = zebotest::run(second.command("RVK_FAULTS=rvkBeginTxn@1=113"),
-                      syncrun::Scratch::catalogAnswers() + "+\no\ny\nq\n");
-    EXPECT_EQ(113, r.status) << r.out << r.err;
-    EXPECT_EQ("B", syncrun::transactionCalls(second.trace()));
-    EXPECT_EQ("1 2 3", second.onServer());
+TEST_F(DeleteRunTest, AQueryTheServerRefusesEndsTheRunWithItsCode) {
+    syncrun::Scratch scratch(3, {}, 10);
+    zebotest::RunResult r = zebotest::run(scratch.command("RVK_FAULTS=rvkBeginQuery@1=130"),
+                                          syncrun::Scratch::catalogAnswers());
+    EXPECT_EQ(130, r.status) << r.out << r.err;
+    EXPECT_NE(std::string::npos, scratch.trace().find("RVKBEGINQUERY() failed rc = 130"));
+    EXPECT_EQ("1 2 3", scratch.onServer());
 }
 
 }  // namespace

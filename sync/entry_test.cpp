@@ -2,7 +2,6 @@
 // status as a shell sees them, with the real catalogs, option files and
 // client library.
 #include <gtest/gtest.h>
-#include <string.h>
 
 #include <string>
 #include <vector>
@@ -27,17 +26,6 @@ class ZebosyncTest : public ::testing::Test {
     }
     std::string optArg() { return "-ZEBO_OPTfile=" + shellQuoted(install_.zeboOpt()); }
     std::string trace() { return readFile(install_.path("trace.out")); }
-    // Stores the node's password file through the client library of the
-    // installation, whose key the runs use.
-    void storePassword() {
-        ASSERT_EQ(0, agenttest::loadClientLibrary());
-        ASSERT_EQ(0, agenttest::setUpApi(install_.path(""), install_.logDir()));
-        AgentContext context = AgentContext();
-        strcpy(context.optValue[OPT_ZEBO_NODE], agenttest::nodeName());
-        snprintf(context.optValue[OPT_ZEBO_PSWDPATH], ZEBO_OPT_VALUE_SIZE, "%s",
-                 install_.path("").c_str());
-        ASSERT_EQ(0, pszeboUpdatePswd(agenttest::nodePassword(), &context));
-    }
 
     agenttest::Install install_;
 };
@@ -135,41 +123,17 @@ TEST_F(ZebosyncTest, ClientLibraryFailuresGiveTheirCodes) {
     EXPECT_EQ(std::string::npos, setUp.out.find("Usage: zebosync"));
 }
 
-TEST_F(ZebosyncTest, SessionOfSyncDbRetriesOnlyWhileTheServerIsUnreachable) {
-    install_.adm("set maxobjpertxn 7");
+// The session's failures are tested in-process (agent/session_test.cpp);
+// this run is the glue: the log-on's code becomes the exit status.
+TEST_F(ZebosyncTest, SyncDbEndsWithTheCodeOfALogOnTheServerKeepsRefusing) {
     install_.writeZeboOpt("ZEBO_TRACE_FILE " + install_.path("trace.out") +
                           "\nZEBO_TRACE_FLAGS ORCLEVEL0 ORCLEVEL1 ORCLEVEL2\n");
-    // Runs SYNCdb with faults; returns the status and the run's trace.
-    auto syncDb = [this](const std::string& faults, std::string* runTrace) {
-        size_t before = trace().size();
-        int status = zebosync("SYNCdb " + optArg(), "RVK_FAULTS=" + faults).status;
-        *runTrace = trace().substr(before);
-        return status;
-    };
-    std::string run;
-    // No password file: no log-on is tried (it would fail with 113 here).
-    EXPECT_EQ(168, syncDb("rvkInitEx@1=113", &run));
-    EXPECT_EQ(std::string::npos, run.find("Calling RVKINITEX()")) << run;
-
-    storePassword();
-    EXPECT_EQ(-50 & 0xff, syncDb("rvkInitEx@1-5=-50", &run));
-    expectAt(run, "retry = 4, node = NODE1, owner = , rc = -50");
-    EXPECT_EQ(std::string::npos, run.find("retry = 5"));
-
-    // Any other refusal ends the log-on at once.
-    EXPECT_EQ(113, syncDb("rvkInitEx@1=113", &run));
-    EXPECT_EQ(std::string::npos, run.find("retry = 1")) << run;
-
-    EXPECT_EQ(113, syncDb("rvkQuerySessInfo@1=113", &run));
-    expectAt(run, "RVKQUERYSESSINFO() failed, rvkHandle = ");
-
-    // Four refusals, then the log-on; a failed session-options query is
-    // forgiven. The run then goes on to the catalog questions.
-    syncDb("rvkInitEx@1-4=-50,rvkQuerySessOptions@1=113", &run);
-    size_t at = expectAt(run, "retry = 4");
-    at = expectAt(run, "RVKQUERYSESSOPTIONS() failed", at);
-    at = expectAt(run, "Max Obj Per Txn   = 7", at);
-    expectAt(run, "zeboSession(): Exit - OK", at);
+    // The node's password file, made with the installation's key.
+    AgentContext context = install_.passwordContext();
+    ASSERT_EQ(0, pszeboUpdatePswd(agenttest::nodePassword(), &context));
+    RunResult r = zebosync("SYNCdb " + optArg(), "RVK_FAULTS=rvkInitEx@1-5=-50");
+    EXPECT_EQ(-50 & 0xff, r.status);
+    expectAt(trace(), "retry = 4, node = NODE1, owner = , rc = -50");
 }
 
 }  // namespace

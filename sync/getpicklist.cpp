@@ -7,6 +7,7 @@
 
 #include <initializer_list>
 
+#include "api/backupquery.h"
 #include "api/drvkapi.h"
 #include "catalogs/zebo_names.h"
 #include "common/nls/nls.h"
@@ -82,132 +83,119 @@ void fillOrphan(OrphanRecord* rec, const rvkQryRespBackup& obj, const rvkSessInf
     rec->picked = 0;
 }
 
-}  // namespace
+// The session's node and owner texts go into every record for the pick
+// list's header.
+int querySessInfo(uint32_t handle, rvkSessInfo* info) {
+    memset(info, 0, sizeof *info);
+    info->stVersion = RVK_SESSINFO_VERSION;
+    int rc = gRvkApiObjP->drvkQuerySessInfo(RvkApiStatusObjP, handle, info);
+    if (rc != 0) utReportApiError(handle, rc, false);
+    return rc;
+}
 
-int16_t utGetPickList(const nlDateTime* fromDate, const nlDateTime* toDate, AgentContext* context,
-                      SyncList* syncList, BTree* index, unsigned long* compared) {
-    TRACE(TR_ORCLEVEL1, " %s: Enter\n", fn);
-    uint32_t handle = context->rvkHandle;
-    FILE* listing = TR_ORCLEVEL2 ? openListing() : nullptr;
-
-    // The session's node and owner texts go into every record for the pick
-    // list's header.
-    rvkSessInfo info;
-    memset(&info, 0, sizeof info);
-    info.stVersion = RVK_SESSINFO_VERSION;
-    int rc = gRvkApiObjP->drvkQuerySessInfo(RvkApiStatusObjP, handle, &info);
-    if (rc != 0) {
-        utReportApiError(handle, rc, false);
-        closeListing(&listing);
-        TRACE(TR_ORCLEVEL0, " Exit %s: RVKQUERYSESSINFO() failed. rvkHandle = %d, rc = %d\n\n", fn,
-              static_cast<int>(handle), rc);
-        return static_cast<int16_t>(rc);
-    }
-
-    // Every active object of the agent's file space, as it stood at the end
-    // of the to-date.
-    rvkObjName objName;
-    memset(&objName, 0, sizeof objName);
-    snprintf(objName.fs, sizeof objName.fs, "%s", context->optValue[OPT_ZEBO_FS]);
-    strcpy(objName.hl, "/*");
-    strcpy(objName.ll, "/*");
-    objName.objType = RVK_OBJ_FILE;
-    rvkQryBackupData query;
-    memset(&query, 0, sizeof query);
-    query.stVersion = RVK_QRYBACKUPDATA_VERSION;
-    query.objName = &objName;
-    query.owner = context->optValue[OPT_ZEBO_OWNER];
-    query.objState = RVK_STATE_ACTIVE;
+// Every active object of the agent's file space, as it stood at the end of
+// the to-date. *name is the query's name record and must outlive it.
+int beginObjectQuery(BackupQuery* query, rvkObjName* name, AgentContext* context,
+                     const nlDateTime* toDate) {
+    *name = BackupQuery::objectName(context->optValue[OPT_ZEBO_FS], "/*", "/*", RVK_OBJ_FILE);
+    rvkDate pit;
+    memset(&pit, 0, sizeof pit);
     char toText[64] = "";
-    char timeText[32] = "";
     if (nlFormatDate(*toDate, toText, sizeof toText) > 0) {
-        query.pitDate.year = toDate->year;
-        query.pitDate.month = toDate->month;
-        query.pitDate.day = toDate->day;
-        query.pitDate.hour = 23;
-        query.pitDate.minute = 59;
-        query.pitDate.second = 59;
+        pit.year = toDate->year;
+        pit.month = toDate->month;
+        pit.day = toDate->day;
+        pit.hour = 23;
+        pit.minute = 59;
+        pit.second = 59;
     }
-    rc = gRvkApiObjP->drvkBeginQuery(RvkApiStatusObjP, handle, RVK_QRY_BACKUP, &query);
-    if (rc != 0) {
-        utReportApiError(handle, rc, true);
-        closeListing(&listing);
-        TRACE(TR_ORCLEVEL0, " %s: Exit - RVKBEGINQUERY() failed rc = %d\n\n", fn, rc);
-        return static_cast<int16_t>(rc);
-    }
+    int rc = query->begin(name, RVK_STATE_ACTIVE, context->optValue[OPT_ZEBO_OWNER], pit);
+    if (rc != 0) utReportApiError(context->rvkHandle, rc, true);
+    return rc;
+}
 
-    // The from-date as text decides whether the date filter applies; the
-    // dates that the driver passes always format, so it always does.
+// The from-date as text decides whether the date filter applies; the dates
+// that the driver passes always format, so it always does.
+bool dateFilterApplies(const nlDateTime& fromDate) {
     char fromText[64] = "";
-    if (nlFormatDate(*fromDate, fromText, sizeof fromText) > 0 &&
-        nlFormatTime(*fromDate, timeText, sizeof timeText) > 0) {
-        strcat(fromText, " ");
-        strcat(fromText, timeText);
-    } else {
-        fromText[0] = '\0';
+    char timeText[32] = "";
+    return nlFormatDate(fromDate, fromText, sizeof fromText) > 0 &&
+           nlFormatTime(fromDate, timeText, sizeof timeText) > 0;
+}
+
+// One pass over the query's objects, comparing each with the index.
+struct OrphanScan {
+    const nlDateTime* fromDate;
+    BTree* index;
+    SyncList* syncList;
+    unsigned long* compared;
+    FILE* listing;
+    bool filter;
+    rvkSessInfo info;
+    unsigned long examined;
+    unsigned long orphans;
+    unsigned long looked;
+};
+
+// Looks one object up; 0, or the list's code when its record could not be
+// stored.
+int examine(OrphanScan* scan, rvkQryRespBackup* obj) {
+    obj->objName.ll[RVK_LL_NAME_MAX] = '\0';
+    const char* name = obj->objName.ll[0] == '/' ? obj->objName.ll + 1 : obj->objName.ll;
+    if (scan->filter) {
+        if (insertedBefore(obj->insDate, *scan->fromDate)) return 0;
+        TRACE(TR_ORCLEVEL2, " %s: Found '%s' on VLT Server\n", fn, utVisibleText(name).c_str());
+        if (scan->listing != nullptr) fprintf(scan->listing, "%s\n", name);
     }
-    bool filter = fromText[0] != '\0';
+    ++scan->looked;
+    if (scan->compared != nullptr) *scan->compared = scan->looked;
+    if (SearchItem(scan->index, name, utFindFilename) != nullptr) return 0;
 
-    rvkQryRespBackup obj;
-    rvkDataBlk block;
-    memset(&block, 0, sizeof block);
-    block.stVersion = RVK_DATABLK_VERSION;
-    block.bufferLen = sizeof obj;
-    block.bufferPtr = reinterpret_cast<char*>(&obj);
-    unsigned long examined = 0;
-    unsigned long orphans = 0;
-    unsigned long looked = 0;
     OrphanRecord rec;
-    memset(&obj, 0, sizeof obj);
+    fillOrphan(&rec, *obj, scan->info);
+    if (scan->filter)
+        TRACE(TR_ORCLEVEL2, " %s: '%s' exists on VLT Server but not in Oracle Recovery Catalog\n",
+              fn, utVisibleText(rec.name).c_str());
+    else
+        TRACE(TR_ORCLEVEL2, " %s: '%s' exists on VLT Server  but not in Oracle Recovery Catalog\n",
+              fn, utVisibleText(rec.name).c_str());
+    int added = scan->syncList->addTail(rec);
+    if (added == 0) ++scan->orphans;
+    return added;
+}
+
+// Fetches and examines until the query ends. Returns false when an orphan
+// could not be stored (after the message and the exit trace, the query
+// left open); the fetch's last code is in query->lastRc().
+bool scanObjects(BackupQuery* query, OrphanScan* scan) {
     UtProgress progress(PROGRESS_EXAMINING);
-    for (;;) {
-        obj.stVersion = RVK_QRYRESPBACKUP_VERSION;
-        rc = gRvkApiObjP->drvkGetNextQObj(RvkApiStatusObjP, handle, &block);
-        if (rc != RVK_RC_MORE_DATA) break;
-        ++examined;
-        progress.update(examined);
-        obj.objName.ll[RVK_LL_NAME_MAX] = '\0';
-        const char* name = obj.objName.ll[0] == '/' ? obj.objName.ll + 1 : obj.objName.ll;
-
-        if (filter) {
-            if (insertedBefore(obj.insDate, *fromDate)) continue;
-            TRACE(TR_ORCLEVEL2, " %s: Found '%s' on VLT Server\n", fn, utVisibleText(name).c_str());
-            if (listing != nullptr) fprintf(listing, "%s\n", name);
-        }
-        ++looked;
-        if (compared != nullptr) *compared = looked;
-        if (SearchItem(index, name, utFindFilename) != nullptr) continue;
-
-        fillOrphan(&rec, obj, info);
-        if (filter)
-            TRACE(TR_ORCLEVEL2,
-                  " %s: '%s' exists on VLT Server but not in Oracle Recovery Catalog\n", fn,
-                  utVisibleText(rec.name).c_str());
+    while (query->next() == RVK_RC_MORE_DATA) {
+        ++scan->examined;
+        progress.update(scan->examined);
+        int added = examine(scan, &query->object());
+        if (added == 0) continue;
+        progress.end();
+        char* text = nlFormatText(MSG_NO_MEMORY);
+        utReportText(text != nullptr ? text : "");
+        free(text);
+        closeListing(&scan->listing);
+        if (scan->filter)
+            TRACE(TR_ORCLEVEL0, " %s: Exit - No Memory. rc =  %d\n\n", fn, added);
         else
-            TRACE(TR_ORCLEVEL2,
-                  " %s: '%s' exists on VLT Server  but not in Oracle Recovery Catalog\n", fn,
-                  utVisibleText(rec.name).c_str());
-        int added = syncList->addTail(rec);
-        if (added != 0) {
-            progress.end();
-            char* text = nlFormatText(MSG_NO_MEMORY);
-            utReportText(text != nullptr ? text : "");
-            free(text);
-            closeListing(&listing);
-            if (filter)
-                TRACE(TR_ORCLEVEL0, " %s: Exit - No Memory. rc =  %d\n\n", fn, added);
-            else
-                TRACE(TR_ORCLEVEL0, " %s: Exit - No Memory\n\n", fn);
-            return GPL_NO_MEMORY;
-        }
-        ++orphans;
+            TRACE(TR_ORCLEVEL0, " %s: Exit - No Memory\n\n", fn);
+        return false;
     }
     progress.end();
-    closeListing(&listing);
-    TRACE(TR_ORCLEVEL1, " %s: %lu objects examined, %lu orphans\n", fn, examined, orphans);
+    closeListing(&scan->listing);
+    TRACE(TR_ORCLEVEL1, " %s: %lu objects examined, %lu orphans\n", fn, scan->examined,
+          scan->orphans);
+    return true;
+}
 
+// Ends the query after the fetch's last code `rc`; always 0.
+int16_t endObjectQuery(BackupQuery* query, int rc, uint32_t handle, const SyncList* syncList) {
     if (rc == RVK_RC_FINISHED) {
-        gRvkApiObjP->drvkEndQuery(RvkApiStatusObjP, handle);
+        query->end();
         if (syncList->getCount() == 0) {
             showNothingFound();
             TRACE(TR_ORCLEVEL1, " %s: Exit - syncList Empty\n\n", fn);
@@ -216,16 +204,45 @@ int16_t utGetPickList(const nlDateTime* fromDate, const nlDateTime* toDate, Agen
     } else if (rc == RVK_RC_NO_MATCH) {
         utReportApiError(handle, rc, false);
         showNothingFound();
-        gRvkApiObjP->drvkEndQuery(RvkApiStatusObjP, handle);
+        query->end();
         TRACE(TR_ORCLEVEL1, " %s: Exit - No Match rc =%d\n\n", fn, rc);
         return 0;
     } else {
         // Kept deliberately: a fetch that fails half-way leaves the list as
         // far as it got, and the administrator still sees those orphans.
-        gRvkApiObjP->drvkEndQuery(RvkApiStatusObjP, handle);
+        query->end();
         TRACE(TR_ORCLEVEL0, " %s: Exit - RVKGETNEXTQOBJ() ended with rc = %d\n\n", fn, rc);
         return 0;
     }
     TRACE(TR_ORCLEVEL1, " %s: Exit - OK\n\n", fn);
     return 0;
+}
+
+}  // namespace
+
+int16_t utGetPickList(const nlDateTime* fromDate, const nlDateTime* toDate, AgentContext* context,
+                      SyncList* syncList, BTree* index, unsigned long* compared) {
+    TRACE(TR_ORCLEVEL1, " %s: Enter\n", fn);
+    uint32_t handle = context->rvkHandle;
+    OrphanScan scan = {fromDate, index, syncList, compared, nullptr, false, {}, 0, 0, 0};
+    scan.listing = TR_ORCLEVEL2 ? openListing() : nullptr;
+
+    int rc = querySessInfo(handle, &scan.info);
+    if (rc != 0) {
+        closeListing(&scan.listing);
+        TRACE(TR_ORCLEVEL0, " Exit %s: RVKQUERYSESSINFO() failed. rvkHandle = %d, rc = %d\n\n", fn,
+              static_cast<int>(handle), rc);
+        return static_cast<int16_t>(rc);
+    }
+    BackupQuery query(BackupQuery::wrapped(gRvkApiObjP, RvkApiStatusObjP), handle);
+    rvkObjName name;
+    rc = beginObjectQuery(&query, &name, context, toDate);
+    if (rc != 0) {
+        closeListing(&scan.listing);
+        TRACE(TR_ORCLEVEL0, " %s: Exit - RVKBEGINQUERY() failed rc = %d\n\n", fn, rc);
+        return static_cast<int16_t>(rc);
+    }
+    scan.filter = dateFilterApplies(*fromDate);
+    if (!scanObjects(&query, &scan)) return GPL_NO_MEMORY;
+    return endObjectQuery(&query, query.lastRc(), handle, syncList);
 }

@@ -7,8 +7,8 @@
 // its node is destroyed (remove, freeAll, destructor).
 //
 // Every operation traces under the class LINKEDLIST. Nodes are allocated
-// through llNodeAllocate/llNodeRelease so that tests can make an allocation
-// fail.
+// through the program's allocator (psAllocator) so that tests can make an
+// allocation fail.
 //
 // Thread safety: none; a list belongs to the one thread that uses it.
 #ifndef ZEBO_SYNC_LINKEDLIST_H
@@ -19,12 +19,8 @@
 
 #include <new>
 
+#include "common/unx/psenv.h"
 #include "common/ut/trace.h"
-
-// The node allocator: operator new/delete (without exceptions) by default.
-// llNodeAllocate returns null when there is no memory.
-extern void* (*llNodeAllocate)(size_t size);
-extern void (*llNodeRelease)(void* block);
 
 // Result of addTail when no node can be allocated.
 enum { LL_NO_MEMORY = 102 };
@@ -103,7 +99,7 @@ template <class T>
 int CLinkedList<T>::addTail(const T& element) {
     static const char* const fn = "CLinkedList::addTail()";
     traceEnter(fn);
-    void* block = llNodeAllocate(sizeof(Node));
+    void* block = psAllocator.mallocFn(sizeof(Node));
     if (!block) {
         TRACE(TR_LINKEDLIST, "Insufficent memory, NEW() failed.\n");
         traceExit(fn, LL_NO_MEMORY);
@@ -189,7 +185,7 @@ template <class T>
 void CLinkedList<T>::destroy(Node* node) {
     if (m_pfnRelease) m_pfnRelease(node->element);
     node->~Node();
-    llNodeRelease(node);
+    psAllocator.freeFn(node);
 }
 
 #endif

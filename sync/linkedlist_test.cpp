@@ -77,10 +77,6 @@ TEST(LinkedListTest, RandomAddsAndRemovesAgreeWithStdList) {
     EXPECT_EQ(gReleased, removed);  // the destructor released the rest in order
 }
 
-void* refuse(size_t) {
-    return nullptr;
-}
-
 TEST(LinkedListTest, FreeAllAndAFailedAddLeaveTheListWhole) {
     gReleased.clear();
     CLinkedList<Record> list(noteRelease);
@@ -89,7 +85,7 @@ TEST(LinkedListTest, FreeAllAndAFailedAddLeaveTheListWhole) {
     ASSERT_EQ(list.addTail(record(4)), 0);
     // No node for the second record: the list stays as it was.
     {
-        zebotest::ScopedSeam<void* (*)(size_t)> noMemory(llNodeAllocate, refuse);
+        zebotest::RefusedAllocation noNode(sizeof(CLinkedList<Record>::Node));
         EXPECT_EQ(list.addTail(record(5)), LL_NO_MEMORY);
     }
     expectSame(list, {4});

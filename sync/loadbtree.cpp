@@ -10,6 +10,7 @@
 
 #include "common/nls/nls.h"
 #include "common/ut/trace.h"
+#include "sync/phasetime.h"
 #include "sync/progress.h"
 #include "sync/sigcleanup.h"
 #include "sync/strtoken.h"
@@ -41,6 +42,7 @@ void finish(FILE* spool, const char* spoolPath) {
 int16_t utLoadBTree(const char* spoolPath, BTree* index, unsigned long* handlesRead) {
     static const char fn[] = "utLoadBTree()";
     TRACE(TR_ORCLEVEL1, " %s: Enter\n", fn);
+    utBenchMark("load.start");
 
     FILE* spool = fopen(spoolPath, "r");
     if (spool == nullptr) {
@@ -86,6 +88,7 @@ int16_t utLoadBTree(const char* spoolPath, BTree* index, unsigned long* handlesR
     }
     progress.end();
     finish(spool, spoolPath);
+    utBenchMark("load.end");
     if (handlesRead != nullptr) *handlesRead += read;
     TRACE(TR_ORCLEVEL1, " %s: %lu handles read, %lu keys stored\n", fn, read, stored);
     TRACE(TR_ORCLEVEL1, " %s: Exit - OK\n\n", fn);

@@ -14,6 +14,7 @@
 #include "common/ut/traceclasses.h"
 #include "sync/catquery.h"
 #include "sync/syncdb_testutil.h"
+#include "testing/seam.h"
 #include "testing/testutil.h"
 
 namespace {
@@ -121,14 +122,16 @@ TEST_F(LoadTest, FailuresStopTheLoad) {
     // still goes, unless ORCLEVEL2 keeps it.
     std::string spool = dir.file("one.out");
     zebotest::writeFile(spool, "abc\n");
-    ZeboAllocator failing = {[](size_t) -> void* { return nullptr; },
-                             [](size_t, size_t) -> void* { return nullptr; },
-                             [](void*, size_t) -> void* { return nullptr; }, free};
-    ZeboAllocator old = zeboSetAllocator(&failing);
-    TR_ORCLEVEL2 = 1;
-    int16_t rc = utLoadBTree(spool.c_str(), index);
-    TR_ORCLEVEL2 = 0;
-    zeboSetAllocator(&old);
+    int16_t rc;
+    {
+        zebotest::ScopedSeam<PsAllocator> failing(
+            psAllocator, {[](size_t) -> void* { return nullptr; },
+                          [](size_t, size_t) -> void* { return nullptr; },
+                          [](void*, size_t) -> void* { return nullptr; }, free});
+        TR_ORCLEVEL2 = 1;
+        rc = utLoadBTree(spool.c_str(), index);
+        TR_ORCLEVEL2 = 0;
+    }
     EXPECT_EQ(BT_NO_MEMORY, rc);
     EXPECT_FALSE(has(index, "abc"));
     EXPECT_TRUE(zebotest::fileExists(spool));

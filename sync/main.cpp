@@ -65,6 +65,89 @@ void errorLogShown(char* path, size_t size) {
     snprintf(path, size, "%s", shown.c_str());
 }
 
+// Locks and the message repository, before anything can be shown.
+int16_t startRuntime() {
+    psThreadingInit(1);
+    psMutexInit(&orcMutex);
+    psMutexInit(&initMutex);
+    nlsObject_t* nls = newNlsGlobalObject(nullptr, 0);
+    if (!nls) {
+        psNonNlsErrorMsg("newNlsGlobalObject() failed.  No memory left.\n");
+        psMutexDestroy(&initMutex);
+        return MSG_AGENT_ERROR;
+    }
+    nlSetPrefix(nls, "QEV");
+    return 0;
+}
+
+// The command line, the banner, ZEBO_OPTFILE and the trace object. A
+// failure has passed through closeSess.
+int16_t prepareRun(int argc, char** argv, uint32_t* cmdFlags, ZeboCmdOptions* cmdOptions,
+                   AgentContext* context) {
+    int16_t rc = zeboParseCmdLine(argc, argv, cmdFlags, cmdOptions);
+    if (rc != 0) {
+        if (rc == ZEBO_RC_NO_COMMAND || rc == ZEBO_RC_BAD_OPTION) zeboShowUsage();
+        closeSess(context);
+        return rc;
+    }
+    fflush(stdout);
+    psClearScreen();
+    zeboShowBanner();
+    if (cmdOptions->optFile[0] != '\0') {
+        snprintf(optFileVariable, sizeof optFileVariable, "ZEBO_OPTFILE=%s", cmdOptions->optFile);
+        if (putenv(optFileVariable) != 0) {
+            nlMsg(MSG_NO_MEMORY);
+            closeSess(context);
+            return -1;
+        }
+    }
+    trcClass = new (std::nothrow) ZeboTrace();
+    if (!trcClass) {
+        psNonNlsErrorMsg(" %s: Error - Could not initialize Trace Object.", kName);
+        closeSess(context);
+        return -1;
+    }
+    return 0;
+}
+
+// The agent options and initialisation, the client API library and its
+// environment. A failure has left through leave().
+int16_t bringUpAgent(AgentContext* context) {
+    int16_t rc = zeboReadOptions(context);
+    if (rc != 0) {
+        char logPath[ZEBO_LOG_PATH_SIZE];
+        errorLogShown(logPath, sizeof logPath);
+        nlMsgFramed(MSG_AGENT_ERROR, logPath);
+        return leave(context, rc);
+    }
+    context->msgMode = NL_APP_AGENT;
+    rc = zeboInit(context);
+    if (rc != 0) return leave(context, rc);
+    // Texts of failed server calls that the API wrapper looks up go to the
+    // error log too.
+    apiActivityLogSink = nlAppendErrorLog;
+    zeboSetTrace(context);
+
+    gRvkApiObjP = new (std::nothrow) DRvkApiDL();
+    if (!gRvkApiObjP) {
+        nlMsg(MSG_NO_MEMORY);
+        return leave(context, MSG_NO_MEMORY);
+    }
+    rc = static_cast<int16_t>(gRvkApiObjP->Setup());
+    if (rc != 0) {
+        nlMsg(MSG_LIBRARY_NOT_LOADED);
+        return leave(context, rc);
+    }
+    rc = psDoRvkSetUp(context);
+    if (rc != 0) {
+        nlMsg(MSG_SEPARATOR);
+        nlMsg(MSG_LINE, context->errorText);
+        return leave(context, rc);
+    }
+    zeboTraceBanner(context);
+    return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -74,79 +157,10 @@ int main(int argc, char** argv) {
     memset(&agentContext, 0, sizeof agentContext);
     memset(&cmdOptions, 0, sizeof cmdOptions);
     memset(cmdFlags, 0, sizeof cmdFlags);
-    psThreadingInit(1);
-    psMutexInit(&orcMutex);
-    psMutexInit(&initMutex);
-
-    nlsObject_t* nls = newNlsGlobalObject(nullptr, 0);
-    if (!nls) {
-        psNonNlsErrorMsg("newNlsGlobalObject() failed.  No memory left.\n");
-        psMutexDestroy(&initMutex);
-        return MSG_AGENT_ERROR;
-    }
-    nlSetPrefix(nls, "QEV");
-
-    int16_t rc = zeboParseCmdLine(argc, argv, cmdFlags, &cmdOptions);
-    if (rc != 0) {
-        if (rc == ZEBO_RC_NO_COMMAND || rc == ZEBO_RC_BAD_OPTION) zeboShowUsage();
-        closeSess(&agentContext);
-        return rc;
-    }
-
-    fflush(stdout);
-    psClearScreen();
-    zeboShowBanner();
-
-    if (cmdOptions.optFile[0] != '\0') {
-        snprintf(optFileVariable, sizeof optFileVariable, "ZEBO_OPTFILE=%s", cmdOptions.optFile);
-        if (putenv(optFileVariable) != 0) {
-            nlMsg(MSG_NO_MEMORY);
-            closeSess(&agentContext);
-            return -1;
-        }
-    }
-
-    trcClass = new (std::nothrow) ZeboTrace();
-    if (!trcClass) {
-        psNonNlsErrorMsg(" %s: Error - Could not initialize Trace Object.", kName);
-        closeSess(&agentContext);
-        return -1;
-    }
-
-    rc = zeboReadOptions(&agentContext);
-    if (rc != 0) {
-        char logPath[ZEBO_LOG_PATH_SIZE];
-        errorLogShown(logPath, sizeof logPath);
-        nlMsgFramed(MSG_AGENT_ERROR, logPath);
-        return leave(&agentContext, rc);
-    }
-
-    agentContext.msgMode = NL_APP_AGENT;
-    rc = zeboInit(&agentContext);
-    if (rc != 0) return leave(&agentContext, rc);
-    // Texts of failed server calls that the API wrapper looks up go to the
-    // error log too.
-    apiActivityLogSink = nlAppendErrorLog;
-    zeboSetTrace(&agentContext);
-
-    gRvkApiObjP = new (std::nothrow) DRvkApiDL();
-    if (!gRvkApiObjP) {
-        nlMsg(MSG_NO_MEMORY);
-        return leave(&agentContext, MSG_NO_MEMORY);
-    }
-    rc = static_cast<int16_t>(gRvkApiObjP->Setup());
-    if (rc != 0) {
-        nlMsg(MSG_LIBRARY_NOT_LOADED);
-        return leave(&agentContext, rc);
-    }
-
-    rc = psDoRvkSetUp(&agentContext);
-    if (rc != 0) {
-        nlMsg(MSG_SEPARATOR);
-        nlMsg(MSG_LINE, agentContext.errorText);
-        return leave(&agentContext, rc);
-    }
-    zeboTraceBanner(&agentContext);
+    int16_t rc = startRuntime();
+    if (rc == 0) rc = prepareRun(argc, argv, cmdFlags, &cmdOptions, &agentContext);
+    if (rc == 0) rc = bringUpAgent(&agentContext);
+    if (rc != 0) return rc;
 
     if (cmdFlags[CMD_SYNCDB]) {
         rc = zeboSyncVltToRman(&agentContext, &cmdOptions);

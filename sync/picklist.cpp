@@ -9,6 +9,7 @@
 #include "common/nls/nls.h"
 #include "common/ut/trace.h"
 #include "sync/answer.h"
+#include "sync/phasetime.h"
 #include "sync/pkmarks.h"
 #include "sync/pkmodel.h"
 #include "sync/pkscreen.h"
@@ -23,6 +24,7 @@ void pkShowPage(const std::vector<std::string>& lines) {
 
 int16_t pkPickHandle(SyncList* syncList) {
     static const char* const fn = "pkPickHandle()";
+    utBenchMark("pick.start");
     TRACE(TR_ORCLEVEL1, " %s: Enter\n", fn);
     pkInitEntries(syncList);
     if (syncList->getCount() == 0) {

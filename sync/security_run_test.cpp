@@ -92,6 +92,15 @@ pid_t firstChild(pid_t pid) {
 
 // Whether the process is gone or only waits to be reaped (by whoever
 // inherited it).
+// Traces the run's entries and exits and gives it a temporary folder of its
+// own, named `name`, whose path is returned.
+std::string tracedWithPrivateTmp(syncrun::Scratch& scratch, const std::string& name = "tmp") {
+    scratch.traceFlags("ORCLEVEL0 ORCLEVEL1");
+    std::string tmp = scratch.folder() + "/" + name;
+    EXPECT_EQ(0, mkdir(tmp.c_str(), 0700));
+    return tmp;
+}
+
 bool ended(pid_t pid) {
     std::string stat = zebotest::readFile("/proc/" + std::to_string(pid) + "/stat");
     size_t paren = stat.rfind(')');
@@ -101,9 +110,7 @@ bool ended(pid_t pid) {
 TEST_F(SecurityRunTest, TemporaryDirectoryNamesAreNeverCommands) {
     for (std::string name : {"a;touch PWNED;b", "a b"}) {
         syncrun::Scratch scratch(3, {1}, 10);
-        scratch.traceFlags("ORCLEVEL0 ORCLEVEL1");
-        std::string tmp = scratch.folder() + "/" + name;
-        ASSERT_EQ(0, mkdir(tmp.c_str(), 0700));
+        std::string tmp = tracedWithPrivateTmp(scratch, name);
         zebotest::RunResult r = zebotest::run(scratch.command("TMPDIR=" + shellQuoted(tmp)),
                                               syncrun::Scratch::catalogAnswers() + "q\n");
         EXPECT_EQ(0, r.status) << name << r.out << r.err;
@@ -119,9 +126,7 @@ TEST_F(SecurityRunTest, SignalsDuringTheCatalogQueryLeaveNothingBehind) {
     for (int signo : {SIGINT, SIGTERM, SIGHUP}) {
         SCOPED_TRACE("signal " + std::to_string(signo));
         syncrun::Scratch scratch(2, {}, 10);
-        scratch.traceFlags("ORCLEVEL0 ORCLEVEL1");
-        std::string tmp = scratch.folder() + "/tmp";
-        ASSERT_EQ(0, mkdir(tmp.c_str(), 0700));
+        std::string tmp = tracedWithPrivateTmp(scratch);
         Background run(scratch.command("SQLPLUS_SIM_DELAY=30 TMPDIR=" + shellQuoted(tmp), true),
                        syncrun::Scratch::catalogAnswers(), scratch.folder() + "/out");
         pid_t sqlplus = 0;
@@ -142,9 +147,7 @@ TEST_F(SecurityRunTest, SignalsAtThePickListEndTheRunWithTheirStatus) {
     for (int signo : {SIGINT, SIGTERM, SIGHUP}) {
         SCOPED_TRACE("signal " + std::to_string(signo));
         syncrun::Scratch scratch(2, {}, 10);
-        scratch.traceFlags("ORCLEVEL0 ORCLEVEL1");
-        std::string tmp = scratch.folder() + "/tmp";
-        ASSERT_EQ(0, mkdir(tmp.c_str(), 0700));
+        std::string tmp = tracedWithPrivateTmp(scratch);
         std::string out = scratch.folder() + "/out";
         Background run(scratch.command("TMPDIR=" + shellQuoted(tmp), true),
                        syncrun::Scratch::catalogAnswers(), out);

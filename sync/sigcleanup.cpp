@@ -6,6 +6,8 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include "common/ut/trace.h"
+
 namespace {
 
 const int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
@@ -97,5 +99,6 @@ void utExitOnSignal(int signo) {
     for (char* slot : trackedFile)
         if (slot[0] != '\0') unlink(slot);
     if (terminalSaved) tcsetattr(STDIN_FILENO, TCSANOW, &savedTerminal);
+    trFlush();
     _exit(128 + signo);
 }

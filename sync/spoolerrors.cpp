@@ -10,6 +10,7 @@
 #include "catalogs/zebo_names.h"
 #include "common/nls/nls.h"
 #include "common/ut/trace.h"
+#include "sync/phasetime.h"
 
 namespace {
 
@@ -34,7 +35,9 @@ std::string trimmed(const char* line) {
 bool utIsSpoolErrorLine(const char* line) {
     if (codedError(line, "ORA-", 5) || codedError(line, "SP2-", 4)) return true;
     if (strncmp(line, "ERROR at line", 13) == 0) return true;
-    return trimmed(line) == "ERROR:";
+    // Only a line that starts so is trimmed: every handle line is padded
+    // with blanks to the line size.
+    return strncmp(line, "ERROR:", 6) == 0 && trimmed(line) == "ERROR:";
 }
 
 size_t utFindSpoolErrors(const char* spoolPath, size_t most, std::vector<std::string>* found) {
@@ -55,6 +58,7 @@ size_t utFindSpoolErrors(const char* spoolPath, size_t most, std::vector<std::st
 
 int16_t utCheckSpool(const CatalogConnection* connection, const char* spoolPath) {
     static const char fn[] = "utCheckSpool()";
+    utBenchMark("check.start");
     std::vector<std::string> found;
     size_t errors = utFindSpoolErrors(spoolPath, SPOOL_ERRORS_SHOWN, &found);
     if (errors == 0) return 0;

@@ -15,7 +15,7 @@
 #include "catalogs/zebo_names.h"
 #include "common/nls/nls.h"
 #include "common/unx/nlsdate.h"
-#include "common/unx/nlsseam.h"
+#include "common/unx/psenv.h"
 #include "common/ut/trace.h"
 #include "sync/apireport.h"
 #include "sync/btree.h"
@@ -137,7 +137,7 @@ bool makeTempName(const char* prefix, std::string* name) {
 
 double secondsSince(const struct timespec& start) {
     struct timespec now;
-    nlClockSeam(&now);
+    psClock(&now);
     return static_cast<double>(now.tv_sec - start.tv_sec) +
            static_cast<double>(now.tv_nsec - start.tv_nsec) / 1e9;
 }
@@ -218,6 +218,92 @@ int16_t pickAndDelete(SyncList* syncList, AgentContext* context, BTree* index, U
     }
 }
 
+// The report of the -OUTfile option, checked before anything is asked so
+// that a report that cannot be written is known at once. 0, or
+// REPORT_CANNOT_WRITE after the message.
+int16_t openReport(const ZeboCmdOptions* options, std::unique_ptr<UtReport>* report) {
+    if (options->outFile[0] == '\0') return 0;
+    report->reset(new UtReport(options->outFile));
+    std::string reason;
+    if ((*report)->check(&reason)) return 0;
+    utShowReportFailure((*report)->path(), reason);
+    TRACE(TR_ORCLEVEL0, " %s: Exit - report '%s' cannot be written: %s\n\n", fn, options->outFile,
+          reason.c_str());
+    return REPORT_CANNOT_WRITE;
+}
+
+int16_t openSession(AgentContext* context) {
+    int16_t rc = zeboSession(context);
+    if (rc == 0) return 0;
+    char text[RVK_MSG_MAX];
+    utApiText(context->rvkHandle, rc, text);
+    nlMsg(MSG_LINE, text);
+    nlMsg(MSG_SEPARATOR);
+    TRACE(TR_ORCLEVEL0, " %s: Exit zeboSession() failed rc = %d\n\n", fn, rc);
+    return rc;
+}
+
+// Asks for the -NUMCATalogs connections (at least one) into the list.
+int16_t askCatalogs(AgentContext* context, const ZeboCmdOptions* options, CatalogList* catalogs) {
+    uint32_t count = options->numCatalogs < 1 ? 1 : options->numCatalogs;
+    for (uint32_t i = 1; i <= count; ++i) {
+        CatalogConnection rec;
+        if (askCatalog(context, static_cast<int>(i), &rec) != 0) return -1;
+        int added = catalogs->addTail(rec);
+        memset(&rec, 0, sizeof rec);  // the password lives on in the list only
+        if (added != 0) {
+            // Kept as it has always been: the session is left to clean-up.
+            nlMsg(MSG_NO_MEMORY);
+            TRACE(TR_ORCLEVEL0, " %s Exit addTail() failed rc = %d\n\n", fn, added);
+            return MSG_NO_MEMORY;
+        }
+    }
+    return 0;
+}
+
+// The names of the SQL*Plus script and of the spool files.
+int16_t makeTempNames(AgentContext* context, std::string* scriptPath, std::string* spoolBase) {
+    bool haveScript = makeTempName("SQLI", scriptPath);
+    bool haveSpool = makeTempName("SQLO", spoolBase);
+    if (!haveScript || !haveSpool) {
+        endSession(context);
+        TRACE(TR_ORCLEVEL0, " %s: Exit could not create file name with tempnam()\n\n", fn);
+        return MSG_NO_TEMP_NAME;
+    }
+    *scriptPath += ".sql";
+    return 0;
+}
+
+// The server's objects of the date range that the index lacks, into the
+// sync list, and into the report before anything can be deleted: with Q at
+// the pick list the run is a dry run. On a failure, or when there is
+// nothing to pick, the index is destroyed and the session ended.
+int16_t listOrphans(const nlDateTime& from, const nlDateTime& to, AgentContext* context,
+                    SyncList* syncList, BTree* index, UtReport* report, unsigned long* examined) {
+    struct timespec start;
+    psClock(&start);
+    int16_t rc = utGetPickList(&from, &to, context, syncList, index, examined);
+    TRACE(TR_ORCLEVEL1 || TR_PERFORMANCE, " %s: Server query and matching: %.3f s, %u orphans\n",
+          fn, secondsSince(start), syncList->getCount());
+    if (rc == 0 && report) {
+        report->setOrphans(syncList);
+        std::string reason;
+        if (!report->write(&reason)) {
+            utShowReportFailure(report->path(), reason);
+            utDeleteTree(index);
+            endSession(context);
+            TRACE(TR_ORCLEVEL0, " %s: Exit - report not written\n\n", fn);
+            return REPORT_CANNOT_WRITE;
+        }
+    }
+    if (rc != 0 || syncList->getCount() == 0) {
+        utDeleteTree(index);
+        endSession(context);
+        TRACE(TR_ORCLEVEL1, " %s: Exit - rc = %d\n\n", fn, rc);
+    }
+    return rc;
+}
+
 }  // namespace
 
 int16_t zeboSyncVltToRman(AgentContext* context, ZeboCmdOptions* options) {
@@ -229,58 +315,19 @@ int16_t zeboSyncVltToRman(AgentContext* context, ZeboCmdOptions* options) {
     // return.
     CatalogList catalogs;
     SyncList syncList;
-
-    // A report that cannot be written is known before anything is asked.
     std::unique_ptr<UtReport> report;
-    if (options->outFile[0] != '\0') {
-        report.reset(new UtReport(options->outFile));
-        std::string reason;
-        if (!report->check(&reason)) {
-            utShowReportFailure(report->path(), reason);
-            TRACE(TR_ORCLEVEL0, " %s: Exit - report '%s' cannot be written: %s\n\n", fn,
-                  options->outFile, reason.c_str());
-            return REPORT_CANNOT_WRITE;
-        }
-    }
-
-    int16_t rc = zeboSession(context);
-    if (rc != 0) {
-        char text[RVK_MSG_MAX];
-        utApiText(context->rvkHandle, rc, text);
-        nlMsg(MSG_LINE, text);
-        nlMsg(MSG_SEPARATOR);
-        TRACE(TR_ORCLEVEL0, " %s: Exit zeboSession() failed rc = %d\n\n", fn, rc);
-        return rc;
-    }
-
-    uint32_t count = options->numCatalogs < 1 ? 1 : options->numCatalogs;
-    for (uint32_t i = 1; i <= count; ++i) {
-        CatalogConnection rec;
-        if (askCatalog(context, static_cast<int>(i), &rec) != 0) return -1;
-        int added = catalogs.addTail(rec);
-        memset(&rec, 0, sizeof rec);  // the password lives on in the list only
-        if (added != 0) {
-            // Kept as it has always been: the session is left to clean-up.
-            nlMsg(MSG_NO_MEMORY);
-            TRACE(TR_ORCLEVEL0, " %s Exit addTail() failed rc = %d\n\n", fn, added);
-            return MSG_NO_MEMORY;
-        }
-    }
+    int16_t rc = openReport(options, &report);
+    if (rc == 0) rc = openSession(context);
+    if (rc == 0) rc = askCatalogs(context, options, &catalogs);
+    if (rc != 0) return rc;
 
     nlDateTime from;
     nlDateTime to;
     askDateRange(&from, &to);
-
     std::string scriptPath;
     std::string spoolBase;
-    bool haveScript = makeTempName("SQLI", &scriptPath);
-    bool haveSpool = makeTempName("SQLO", &spoolBase);
-    if (!haveScript || !haveSpool) {
-        endSession(context);
-        TRACE(TR_ORCLEVEL0, " %s: Exit could not create file name with tempnam()\n\n", fn);
-        return MSG_NO_TEMP_NAME;
-    }
-    scriptPath += ".sql";
+    rc = makeTempNames(context, &scriptPath, &spoolBase);
+    if (rc != 0) return rc;
 
     BTree* index = utNewTree();
     if (index == nullptr) {
@@ -291,37 +338,16 @@ int16_t zeboSyncVltToRman(AgentContext* context, ZeboCmdOptions* options) {
     nlMsg(MSG_QUERYING_CATALOG);
 
     struct timespec start;
-    nlClockSeam(&start);
+    psClock(&start);
     unsigned long handles = 0;
     rc = loadCatalogs(context, &catalogs, scriptPath, spoolBase, from, to, index, &handles);
     if (rc != 0) return rc;
     TRACE(TR_ORCLEVEL1 || TR_PERFORMANCE, " %s: Catalog query and load: %.3f s\n", fn,
           secondsSince(start));
 
-    nlClockSeam(&start);
     unsigned long examined = 0;
-    rc = utGetPickList(&from, &to, context, &syncList, index, &examined);
-    TRACE(TR_ORCLEVEL1 || TR_PERFORMANCE, " %s: Server query and matching: %.3f s, %u orphans\n",
-          fn, secondsSince(start), syncList.getCount());
-    if (rc == 0 && report) {
-        // The exact list, before anything can be deleted: with Q at the pick
-        // list the run is a dry run.
-        report->setOrphans(&syncList);
-        std::string reason;
-        if (!report->write(&reason)) {
-            utShowReportFailure(report->path(), reason);
-            utDeleteTree(index);
-            endSession(context);
-            TRACE(TR_ORCLEVEL0, " %s: Exit - report not written\n\n", fn);
-            return REPORT_CANNOT_WRITE;
-        }
-    }
-    if (rc != 0 || syncList.getCount() == 0) {
-        utDeleteTree(index);
-        endSession(context);
-        TRACE(TR_ORCLEVEL1, " %s: Exit - rc = %d\n\n", fn, rc);
-        return rc;
-    }
+    rc = listOrphans(from, to, context, &syncList, index, report.get(), &examined);
+    if (rc != 0 || syncList.getCount() == 0) return rc;
 
     utWarnImplausible(handles, examined, syncList.getCount());
     rc = pickAndDelete(&syncList, context, index, report.get());

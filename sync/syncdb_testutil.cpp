@@ -8,17 +8,11 @@
 #include <string>
 
 #include "common/nls/nls.h"
-#include "common/unx/nlsseam.h"
 #include "testing/testutil.h"
 
 namespace synctest {
 
 namespace {
-time_t fixedSecs = 0;
-void fixedClock(struct timespec* now) {
-    now->tv_sec = fixedSecs;
-    now->tv_nsec = 0;
-}
 const std::string& errorLogPath() {
     static const std::string path = "/tmp/zebo_sync_tests_" + std::to_string(getpid()) + ".log";
     return path;
@@ -42,15 +36,6 @@ void preloadClientLibrary() {
     static void* handle = dlopen((zebotest::libDir() + "/libApiQZ.so").c_str(), RTLD_NOW);
     (void)handle;  // kept open for the rest of the process
 #endif
-}
-
-FixedClock::FixedClock(time_t secs) {
-    fixedSecs = secs;
-    nlClockSeam = fixedClock;
-}
-
-FixedClock::~FixedClock() {
-    nlClockSeam = nlDefaultClock;
 }
 
 }  // namespace synctest

@@ -1,10 +1,9 @@
 // Support for the synchronisation's tests: the message repository opened on
 // the built English catalogs (texts go to standard output, so a test reads
-// them with the test framework's output capture), and a fixed clock.
+// them with the test framework's output capture), and the client library
+// made loadable.
 #ifndef ZEBO_SYNC_SYNCDB_TESTUTIL_H
 #define ZEBO_SYNC_SYNCDB_TESTUTIL_H
-
-#include <time.h>
 
 namespace synctest {
 
@@ -17,15 +16,6 @@ void initMessages();
 // path is then not searched; opening the library once by its full path puts
 // it in the process, where the bare name finds it. Elsewhere nothing to do.
 void preloadClientLibrary();
-
-// Fixes the clock of the locale layer at `secs` until the object goes away.
-class FixedClock {
-  public:
-    explicit FixedClock(time_t secs);
-    ~FixedClock();
-    FixedClock(const FixedClock&) = delete;
-    FixedClock& operator=(const FixedClock&) = delete;
-};
 
 }  // namespace synctest
 

@@ -3,6 +3,11 @@
 // password file), a simulated recovery catalog CAT1 and a number of backup
 // objects "/koruorc/db1/piece<n>", of which the catalog lists some; the
 // rest are the orphans that the pick list shows, in the order of n.
+//
+// The repository is an SQLite file, or, with VLT_TEST_PG naming the tests'
+// PostgreSQL cluster, a fresh database of it (agenttest::Install): CTest
+// runs every test of a suite that runs the program both ways, the second
+// time as "pg.*" (sync/CMakeLists.txt names those suites).
 #ifndef ZEBO_SYNC_SYNCRUN_TESTUTIL_H
 #define ZEBO_SYNC_SYNCRUN_TESTUTIL_H
 

@@ -7,16 +7,21 @@ UtWrappedHandles::UtWrappedHandles(size_t lineWidth, size_t longest)
     : lineWidth_(lineWidth), longestRun_(lineWidth > 0 ? longest / lineWidth : 0) {}
 
 void UtWrappedHandles::next(const char* token, std::vector<std::string>* keys) {
-    keys->clear();
     if (token == nullptr) {
+        keys->clear();
         full_.clear();
         return;
     }
-    keys->emplace_back(token);
-    std::string joined = token;
-    for (auto piece = full_.rbegin(); piece != full_.rend(); ++piece) {
-        joined.insert(0, *piece);
-        keys->push_back(joined);
+    // The first key is assigned in place: its buffer is kept from line to
+    // line, so the usual line (no full lines before it) allocates nothing.
+    keys->resize(1);
+    keys->front().assign(token);
+    if (!full_.empty()) {
+        std::string joined = token;
+        for (auto piece = full_.rbegin(); piece != full_.rend(); ++piece) {
+            joined.insert(0, *piece);
+            keys->push_back(joined);
+        }
     }
     // A line filled to the width may go on in the next line. The runs kept
     // are bounded by the longest handle, so a long series of full lines

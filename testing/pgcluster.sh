@@ -3,6 +3,8 @@
 #
 #   pgcluster.sh start DIR   initdb into DIR/data and start the server
 #   pgcluster.sh stop DIR    stop it and remove DIR
+#   pgcluster.sh restart DIR stop the server (ending every session as a
+#                            server shut-down does) and start it again
 #   pgcluster.sh sql DIR DB SQL   run SQL in database DB as the superuser
 #
 # The server listens on a Unix socket in DIR/sock only (no TCP port) and
@@ -15,7 +17,7 @@ set -euo pipefail
 cmd=${1:-}
 dir=${2:-}
 [ -n "$cmd" ] && [ -n "$dir" ] || {
-    echo "usage: $0 start|stop DIR, or $0 sql DIR DB SQL" >&2
+    echo "usage: $0 start|stop|restart DIR, or $0 sql DIR DB SQL" >&2
     exit 2
 }
 bindir=${PG_BINDIR:-}
@@ -109,13 +111,27 @@ stop)
     if [ -L "$dir/data" ]; then rm -rf "$(dirname "$data")"; fi
     rm -rf "$dir"
     ;;
+restart)
+    data=$(readlink -f "$dir/data")
+    [ -f "$data/postmaster.pid" ] || {
+        echo "pgcluster: no server running in $dir" >&2
+        exit 1
+    }
+    # pg_ctl starts the server again with the options it was started with.
+    if ! as_owner "$bindir/pg_ctl" -D "$data" -l "$data/server.log" restart -m fast -w -t 60 \
+        >/dev/null; then
+        cat "$data/server.log" >&2 || true
+        echo "pgcluster: the server did not start again" >&2
+        exit 1
+    fi
+    ;;
 sql)
     dir=$(cd "$dir" && pwd)
     PGPASSFILE=$dir/pgpass "$bindir/psql" -X -q -v ON_ERROR_STOP=1 \
         "host=$dir/sock user=vltadmin dbname=${3:?sql needs a database}" -c "${4:?sql needs SQL}"
     ;;
 *)
-    echo "usage: $0 start|stop DIR, or $0 sql DIR DB SQL" >&2
+    echo "usage: $0 start|stop|restart DIR, or $0 sql DIR DB SQL" >&2
     exit 2
     ;;
 esac

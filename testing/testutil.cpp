@@ -114,20 +114,14 @@ RunResult run(const std::string& command, const std::string& input) {
             if (errno == EINTR) continue;
             break;
         }
-        if (outIdx >= 0 && fds[outIdx].revents) {
-            ssize_t k = read(out[0], buf, sizeof buf);
-            if (k <= 0)
-                outOpen = false;
-            else
-                r.out.append(buf, k);
-        }
-        if (errIdx >= 0 && fds[errIdx].revents) {
-            ssize_t k = read(err[0], buf, sizeof buf);
-            if (k <= 0)
-                errOpen = false;
-            else
-                r.err.append(buf, k);
-        }
+        // Appends what a pipe has ready; false at its end.
+        auto drain = [&buf](int fd, std::string* into) {
+            ssize_t k = read(fd, buf, sizeof buf);
+            if (k > 0) into->append(buf, static_cast<size_t>(k));
+            return k > 0;
+        };
+        if (outIdx >= 0 && fds[outIdx].revents) outOpen = drain(out[0], &r.out);
+        if (errIdx >= 0 && fds[errIdx].revents) errOpen = drain(err[0], &r.err);
         if (inIdx >= 0 && fds[inIdx].revents) {
             ssize_t k = write(in[1], input.data() + sent, input.size() - sent);
             if (k > 0) sent += static_cast<size_t>(k);

@@ -98,8 +98,7 @@ extern "C" void rvkQueryApiVersionEx(rvkApiVersionEx* v) {
 
 extern "C" int16_t rvkQueryCliOptions(rvkCliOptions* out) {
     RVK_ENTRY(QueryCliOptions);
-    if (!out) return RVK_RC_NULL_POINTER;
-    if (out->stVersion != RVK_CLIOPTIONS_VERSION) return RVK_RC_BAD_STVERSION;
+    if (Rc rc = checkRecord(out, RVK_CLIOPTIONS_VERSION)) return rc;
     Environment env = environment();
     if (!env.setUp) return RVK_RC_NOT_SET_UP;
     Options o;

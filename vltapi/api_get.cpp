@@ -69,12 +69,10 @@ extern "C" int16_t rvkBeginGetData(uint32_t handle, uint8_t mountWait, uint8_t g
     RVK_ENTRY(BeginGetData);
     (void)mountWait;  // nothing to mount
     SessionRef s(handle);
-    if (s.rc()) return s.rc();
-    if (s->state != State::Idle) return RVK_RC_WRONG_STATE;
+    if (Rc rc = s.rcIn(State::Idle)) return rc;
     if (getType == RVK_GET_ARCHIVE) return RVK_RC_NOT_SUPPORTED;
     if (getType != RVK_GET_BACKUP) return RVK_RC_INVALID_ARGUMENT;
-    if (!list) return RVK_RC_NULL_POINTER;
-    if (list->stVersion != RVK_GETLIST_VERSION) return RVK_RC_BAD_STVERSION;
+    if (Rc rc = checkRecord(list, RVK_GETLIST_VERSION)) return rc;
     if (list->numObjId == 0) return RVK_RC_INVALID_ARGUMENT;
     if (!list->objId) return RVK_RC_NULL_POINTER;
     GetState g;
@@ -91,8 +89,7 @@ extern "C" int16_t rvkBeginGetData(uint32_t handle, uint8_t mountWait, uint8_t g
 extern "C" int16_t rvkGetObj(uint32_t handle, rvkU64* objId, rvkDataBlk* dataBlk) {
     RVK_ENTRY(GetObj);
     SessionRef s(handle);
-    if (s.rc()) return s.rc();
-    if (s->state != State::Getting) return RVK_RC_WRONG_STATE;
+    if (Rc rc = s.rcIn(State::Getting)) return rc;
     if (!objId) return RVK_RC_NULL_POINTER;
     if (Rc rc = checkBlk(dataBlk)) return rc;
     GetState& g = s->get;
@@ -112,8 +109,7 @@ extern "C" int16_t rvkGetObj(uint32_t handle, rvkU64* objId, rvkDataBlk* dataBlk
 extern "C" int16_t rvkGetData(uint32_t handle, rvkDataBlk* dataBlk) {
     RVK_ENTRY(GetData);
     SessionRef s(handle);
-    if (s.rc()) return s.rc();
-    if (s->state != State::GettingObject) return RVK_RC_WRONG_STATE;
+    if (Rc rc = s.rcIn(State::GettingObject)) return rc;
     if (Rc rc = checkBlk(dataBlk)) return rc;
     return deliver(*s, dataBlk);
 }
@@ -121,8 +117,7 @@ extern "C" int16_t rvkGetData(uint32_t handle, rvkDataBlk* dataBlk) {
 extern "C" int16_t rvkEndGetObj(uint32_t handle) {
     RVK_ENTRY(EndGetObj);
     SessionRef s(handle);
-    if (s.rc()) return s.rc();
-    if (s->state != State::GettingObject) return RVK_RC_WRONG_STATE;
+    if (Rc rc = s.rcIn(State::GettingObject)) return rc;
     s->get.chunk.clear();
     s->get.chunkLoaded = false;
     s->state = State::Getting;

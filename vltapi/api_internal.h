@@ -20,6 +20,14 @@ Rc loadOptions(const std::string& optFile, const char* optString, Options& o);
 std::string apiDirectory();
 
 // Checks a NUL-terminated string argument against a maximum length.
+// RVK_RC_NULL_POINTER for a missing record, RVK_RC_BAD_STVERSION for one of
+// another structure version, else 0.
+template <typename Record>
+Rc checkRecord(const Record* r, uint16_t version) {
+    if (!r) return RVK_RC_NULL_POINTER;
+    return r->stVersion == version ? RVK_RC_OK : RVK_RC_BAD_STVERSION;
+}
+
 inline bool fits(const char* s, size_t max) {
     return s == nullptr || boundedLen(s, max) <= max;
 }

@@ -15,17 +15,6 @@ namespace {
 
 constexpr size_t kOptionStringMax = 4096;
 
-struct LogOnInput {
-    const char* node;
-    const char* owner;
-    const char* password;
-    const char* userName;
-    const char* userPassword;
-    const char* appType;
-    const char* optFile;
-    const char* options;
-};
-
 // Writes the store's warning about who else may read the repository to the
 // error log, once per process and repository.
 void warnAboutAccess(const Store& store) {
@@ -37,19 +26,23 @@ void warnAboutAccess(const Store& store) {
     if (warned.insert(warning).second) clientLog("warning: " + warning);
 }
 
-Rc logOn(uint32_t* handle, const LogOnInput& in, rvkInitExOut* out) {
-    *handle = 0;
-    Environment env = environment();
-    if (!env.setUp) return RVK_RC_NOT_SET_UP;
-    if (!fits(in.node, RVK_NODE_NAME_MAX) || !fits(in.owner, RVK_OWNER_NAME_MAX) ||
+bool given(const char* s) {
+    return s && *s;
+}
+
+// Lengths, and the user-name fields that this server does not take.
+Rc checkInput(const rvkInitExIn& in) {
+    if (!fits(in.nodeName, RVK_NODE_NAME_MAX) || !fits(in.ownerName, RVK_OWNER_NAME_MAX) ||
         !fits(in.password, RVK_PASSWORD_MAX) || !fits(in.appType, RVK_APP_TYPE_MAX) ||
         !fits(in.optFile, RVK_PATH_LEN - 1) || !fits(in.options, kOptionStringMax))
         return RVK_RC_STRING_TOO_LONG;
-    if ((in.userName && *in.userName) || (in.userPassword && *in.userPassword))
-        return RVK_RC_INVALID_ARGUMENT;
+    if (given(in.userName) || given(in.userPassword)) return RVK_RC_INVALID_ARGUMENT;
+    return RVK_RC_OK;
+}
 
-    Options o;
-    std::string optPath = in.optFile && *in.optFile ? in.optFile : env.optFile;
+// The caller's option file (or the set-up's) with the caller's options.
+Rc logOnOptions(const rvkInitExIn& in, const Environment& env, Options& o) {
+    std::string optPath = given(in.optFile) ? in.optFile : env.optFile;
     if (Rc rc = loadOptions(optPath, in.options, o)) return rc;
     if (!o.asNode.empty()) {
         clientLog("log-on: -ASNODE (acting for another node) is not supported");
@@ -59,36 +52,41 @@ Rc logOn(uint32_t* handle, const LogOnInput& in, rvkInitExOut* out) {
         clientLog("log-on: option file " + optPath + " names no REPOSITORY");
         return RVK_RC_NO_REPOSITORY;
     }
-    std::string nodeName = upper(in.node && *in.node ? in.node : o.nodeName);
-    if (nodeName.empty()) return RVK_RC_NO_NODE_NAME;
+    return RVK_RC_OK;
+}
 
-    std::string password, err;
-    if (in.password && *in.password) {
+// The caller's password, or with GENERATE the one kept for the node.
+Rc logOnPassword(const rvkInitExIn& in, const Options& o, const std::string& nodeName,
+                 std::string& password) {
+    if (given(in.password)) {
         password = in.password;
-    } else if (o.passwordAccess == RVK_PASSWD_GENERATE) {
-        if (Rc rc = readStoredPassword(passwordDirectory(o), nodeName, password, err)) {
-            clientLog("log-on of node " + nodeName + ": " + err);
-            return rc;
-        }
-    } else {
-        return RVK_RC_NO_PASSWORD;
+        return RVK_RC_OK;
     }
+    if (o.passwordAccess != RVK_PASSWD_GENERATE) return RVK_RC_NO_PASSWORD;
+    std::string err;
+    Rc rc = readStoredPassword(passwordDirectory(o), nodeName, password, err);
+    if (rc) clientLog("log-on of node " + nodeName + ": " + err);
+    return rc;
+}
 
-    auto s = std::make_shared<Session>();
+// Opens the node's store and checks the node's password there.
+Rc authenticate(Session& s, const Options& o, const std::string& nodeName,
+                const std::string& password) {
+    std::string err;
     // A database server that checks passwords itself is reached with the
     // node's own credentials; it refuses a wrong password here.
-    if (Rc rc = openNodeStore(o.repository, o.busyTimeoutMs, nodeName, password, s->store, err)) {
+    if (Rc rc = openNodeStore(o.repository, o.busyTimeoutMs, nodeName, password, s.store, err)) {
         clientLog("log-on of node " + nodeName + ": " + err);
         return rc;
     }
-    if (Rc rc = s->store->readSettings(s->settings))
-        return storeFailure(*s, rc, "log-on: read settings");
-    warnAboutAccess(*s->store);
+    if (Rc rc = s.store->readSettings(s.settings))
+        return storeFailure(s, rc, "log-on: read settings");
+    warnAboutAccess(*s.store);
     bool found = false, ok = false, stale = false;
-    if (Rc rc = s->store->findNode(nodeName, s->node, found))
-        return storeFailure(*s, rc, "log-on: find node");
+    if (Rc rc = s.store->findNode(nodeName, s.node, found))
+        return storeFailure(s, rc, "log-on: find node");
     if (found) {
-        if (Rc rc = checkNodePassword(s->node, password, ok, stale)) return rc;
+        if (Rc rc = checkNodePassword(s.node, password, ok, stale)) return rc;
     }
     if (!ok) {
         clientLog("log-on refused for node " + nodeName + ": unknown node or wrong password");
@@ -96,30 +94,49 @@ Rc logOn(uint32_t* handle, const LogOnInput& in, rvkInitExOut* out) {
     }
     // A hash of an older kind or cost is made anew now that the password is
     // known to be right; if that fails the log-on goes on with the old one.
-    if (stale && upgradeNodePassword(*s->store, s->node, password, err))
+    if (stale && upgradeNodePassword(*s.store, s.node, password, err))
         clientLog("log-on of node " + nodeName + ": password hash not renewed: " + err);
     // A set time of 0 is a password the administrator expired.
-    s->passwordExpired =
-        s->node.pwSetTime == 0 ||
-        (s->settings.passExpDays > 0 && static_cast<int64_t>(time(nullptr)) - s->node.pwSetTime >
-                                            static_cast<int64_t>(s->settings.passExpDays) * 86400);
+    s.passwordExpired =
+        s.node.pwSetTime == 0 ||
+        (s.settings.passExpDays > 0 && static_cast<int64_t>(time(nullptr)) - s.node.pwSetTime >
+                                           static_cast<int64_t>(s.settings.passExpDays) * 86400);
+    return RVK_RC_OK;
+}
+
+void fillInitOut(const ServerSettings& st, rvkInitExOut* out) {
+    out->userNameAuthorities = RVK_AUTH_NODE;
+    out->infoRC = 0;
+    copyTruncated(out->serverName, sizeof out->serverName, st.serverName);
+    out->serverVer = static_cast<uint16_t>(st.serverVer);
+    out->serverRel = static_cast<uint16_t>(st.serverRel);
+    out->serverLev = static_cast<uint16_t>(st.serverLev);
+    out->serverSubLev = static_cast<uint16_t>(st.serverSubLev);
+}
+
+Rc logOn(uint32_t* handle, const rvkInitExIn& in, rvkInitExOut* out) {
+    *handle = 0;
+    Environment env = environment();
+    if (!env.setUp) return RVK_RC_NOT_SET_UP;
+    if (Rc rc = checkInput(in)) return rc;
+    Options o;
+    if (Rc rc = logOnOptions(in, env, o)) return rc;
+    std::string nodeName = upper(given(in.nodeName) ? in.nodeName : o.nodeName);
+    if (nodeName.empty()) return RVK_RC_NO_NODE_NAME;
+    std::string password;
+    if (Rc rc = logOnPassword(in, o, nodeName, password)) return rc;
+
+    auto s = std::make_shared<Session>();
+    if (Rc rc = authenticate(*s, o, nodeName, password)) return rc;
     s->options = o;
     s->options.nodeName = nodeName;
     s->apiDir = env.apiDir;
-    s->owner = str(in.owner);
+    s->owner = str(in.ownerName);
     s->appType = str(in.appType);
     uint32_t h = 0;
     if (Rc rc = addSession(s, h)) return rc;
     *handle = h;
-    if (out) {
-        out->userNameAuthorities = RVK_AUTH_NODE;
-        out->infoRC = 0;
-        copyTruncated(out->serverName, sizeof out->serverName, s->settings.serverName);
-        out->serverVer = static_cast<uint16_t>(s->settings.serverVer);
-        out->serverRel = static_cast<uint16_t>(s->settings.serverRel);
-        out->serverLev = static_cast<uint16_t>(s->settings.serverLev);
-        out->serverSubLev = static_cast<uint16_t>(s->settings.serverSubLev);
-    }
+    if (out) fillInitOut(s->settings, out);
     return s->passwordExpired ? RVK_RC_PASSWD_EXPIRED : RVK_RC_OK;
 }
 
@@ -133,9 +150,7 @@ extern "C" int16_t rvkInitEx(uint32_t* handle, rvkInitExIn* in, rvkInitExOut* ou
         return RVK_RC_BAD_STVERSION;
     if (in->apiVersionEx && in->apiVersionEx->stVersion != RVK_APIVERSIONEX_VERSION)
         return RVK_RC_BAD_STVERSION;
-    LogOnInput li{in->nodeName,     in->ownerName, in->password, in->userName,
-                  in->userPassword, in->appType,   in->optFile,  in->options};
-    return logOn(handle, li, out);
+    return logOn(handle, *in, out);
 }
 
 extern "C" int16_t rvkInit(uint32_t* handle, rvkApiVersion* clientVersion, char* nodeName,
@@ -146,8 +161,17 @@ extern "C" int16_t rvkInit(uint32_t* handle, rvkApiVersion* clientVersion, char*
     *handle = 0;
     if (clientVersion && clientVersion->stVersion != RVK_APIVERSION_VERSION)
         return RVK_RC_BAD_STVERSION;
-    LogOnInput li{nodeName, ownerName, password, nullptr, nullptr, appType, optFile, options};
-    return logOn(handle, li, nullptr);
+    rvkInitExIn in = {RVK_INITEXIN_VERSION,
+                      nullptr,
+                      nodeName,
+                      ownerName,
+                      password,
+                      nullptr,
+                      nullptr,
+                      appType,
+                      optFile,
+                      options};
+    return logOn(handle, in, nullptr);
 }
 
 extern "C" int16_t rvkTerminate(uint32_t handle) {
@@ -183,12 +207,7 @@ extern "C" int16_t rvkChangePW(uint32_t handle, char* oldPW, char* newPW) {
     if (rc == RVK_RC_OK) rc = store.updateNode(node);
     if (rc == RVK_RC_OK) rc = store.setServerPassword(node.name, newPassword);
     if (rc == RVK_RC_OK) {
-        ActLogRecord a;
-        a.date = nowDate();
-        a.node = node.name;
-        a.msgId = "SESSION";
-        a.text = "Password changed by the node";
-        rc = store.appendActLog(a);
+        rc = logPasswordEvent(store, node.name, "Password changed by the node");
     }
     // With GENERATE the kept password changes with it: the file first, so
     // that a failure there leaves the repository unchanged; it is put back
@@ -219,8 +238,7 @@ extern "C" int16_t rvkQuerySessInfo(uint32_t handle, rvkSessInfo* info) {
     RVK_ENTRY(QuerySessInfo);
     SessionRef s(handle, true);
     if (s.rc()) return s.rc();
-    if (!info) return RVK_RC_NULL_POINTER;
-    if (info->stVersion != RVK_SESSINFO_VERSION) return RVK_RC_BAD_STVERSION;
+    if (Rc rc = checkRecord(info, RVK_SESSINFO_VERSION)) return rc;
     // Outside a transaction the settings are read afresh, so that a change
     // by the administrator shows at once.
     if (s->state == State::Idle) {
@@ -266,8 +284,7 @@ extern "C" int16_t rvkQuerySessOptions(uint32_t handle, rvkSessOptions* options)
     RVK_ENTRY(QuerySessOptions);
     SessionRef s(handle, true);
     if (s.rc()) return s.rc();
-    if (!options) return RVK_RC_NULL_POINTER;
-    if (options->stVersion != RVK_SESSOPTIONS_VERSION) return RVK_RC_BAD_STVERSION;
+    if (Rc rc = checkRecord(options, RVK_SESSOPTIONS_VERSION)) return rc;
     const Options& o = s->options;
     rvkSessOptions r;
     memset(&r, 0, sizeof r);

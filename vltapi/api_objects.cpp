@@ -113,8 +113,7 @@ Rc checkObjectCall(const SessionRef& s, uint8_t sendType, const void* sendBuff,
 extern "C" int16_t rvkRegisterFS(uint32_t handle, rvkRegFSData* regFS) {
     RVK_ENTRY(RegisterFS);
     SessionRef s(handle);
-    if (s.rc()) return s.rc();
-    if (s->state != State::Idle) return RVK_RC_WRONG_STATE;
+    if (Rc rc = s.rcIn(State::Idle)) return rc;
     if (!regFS || !regFS->fsName) return RVK_RC_NULL_POINTER;
     if (regFS->stVersion != RVK_REGFSDATA_VERSION) return RVK_RC_BAD_STVERSION;
     if (!fits(regFS->fsName, RVK_FS_NAME_MAX) || !fits(regFS->fsType, RVK_FS_TYPE_MAX) ||
@@ -145,8 +144,7 @@ extern "C" int16_t rvkRegisterFS(uint32_t handle, rvkRegFSData* regFS) {
 extern "C" int16_t rvkUpdateFS(uint32_t handle, char* fsName, rvkFSUpd* upd, uint32_t action) {
     RVK_ENTRY(UpdateFS);
     SessionRef s(handle);
-    if (s.rc()) return s.rc();
-    if (s->state != State::Idle) return RVK_RC_WRONG_STATE;
+    if (Rc rc = s.rcIn(State::Idle)) return rc;
     if (!fsName || !upd) return RVK_RC_NULL_POINTER;
     if (upd->stVersion != RVK_FSUPD_VERSION) return RVK_RC_BAD_STVERSION;
     const uint32_t all = RVK_FSUPD_FSTYPE | RVK_FSUPD_FSINFO | RVK_FSUPD_BACKSTARTDATE |
@@ -173,8 +171,7 @@ extern "C" int16_t rvkUpdateFS(uint32_t handle, char* fsName, rvkFSUpd* upd, uin
 extern "C" int16_t rvkDeleteFS(uint32_t handle, char* fsName, uint8_t repository) {
     RVK_ENTRY(DeleteFS);
     SessionRef s(handle);
-    if (s.rc()) return s.rc();
-    if (s->state != State::Idle) return RVK_RC_WRONG_STATE;
+    if (Rc rc = s.rcIn(State::Idle)) return rc;
     if (!fsName) return RVK_RC_NULL_POINTER;
     if (!fits(fsName, RVK_FS_NAME_MAX)) return RVK_RC_STRING_TOO_LONG;
     if (repository == RVK_REPOS_ARCHIVE) return RVK_RC_NOT_SUPPORTED;
@@ -254,8 +251,7 @@ extern "C" int16_t rvkSendObj(uint32_t handle, uint8_t sendType, void* sendBuff,
 extern "C" int16_t rvkSendData(uint32_t handle, rvkDataBlk* dataBlk) {
     RVK_ENTRY(SendData);
     SessionRef s(handle);
-    if (s.rc()) return s.rc();
-    if (s->state != State::Sending) return RVK_RC_WRONG_STATE;
+    if (Rc rc = s.rcIn(State::Sending)) return rc;
     if (!dataBlk) return failTxn(*s, RVK_RC_NULL_POINTER);
     if (Rc rc = checkDataBlk(dataBlk)) return failTxn(*s, rc);
     return storeData(*s, dataBlk);
@@ -291,8 +287,7 @@ extern "C" int16_t rvkEndSendObjEx(rvkEndSendObjExIn* in, rvkEndSendObjExOut* ou
 extern "C" int16_t rvkRenameObj(uint32_t handle, rvkRenameIn* in) {
     RVK_ENTRY(RenameObj);
     SessionRef s(handle);
-    if (s.rc()) return s.rc();
-    if (s->state != State::Txn) return RVK_RC_WRONG_STATE;
+    if (Rc rc = s.rcIn(State::Txn)) return rc;
     Session& ss = *s;
     if (!in || !in->objName) return failTxn(ss, RVK_RC_NULL_POINTER);
     if (in->stVersion != RVK_RENAMEIN_VERSION) return failTxn(ss, RVK_RC_BAD_STVERSION);

@@ -110,7 +110,8 @@ Rc beginFsQuery(Session& s, rvkQryFSData* q) {
 
 Rc nextBackup(Session& s, rvkQryRespBackup* r) {
     QueryState& q = s.query;
-    ObjectRecord o;
+    // One record for the whole query, so that its strings keep their buffers.
+    ObjectRecord& o = q.row;
     while (!q.finished) {
         if (!q.cursor) {
             if (q.fsIndex >= q.fileSpaces.size()) {
@@ -144,8 +145,7 @@ Rc nextBackup(Session& s, rvkQryRespBackup* r) {
 extern "C" int16_t rvkBeginQuery(uint32_t handle, uint8_t queryType, void* queryData) {
     RVK_ENTRY(BeginQuery);
     SessionRef s(handle);
-    if (s.rc()) return s.rc();
-    if (s->state != State::Idle) return RVK_RC_WRONG_STATE;
+    if (Rc rc = s.rcIn(State::Idle)) return rc;
     if (queryType == RVK_QRY_ARCHIVE) return RVK_RC_NOT_SUPPORTED;
     if (queryType != RVK_QRY_BACKUP && queryType != RVK_QRY_FILESPACE)
         return RVK_RC_INVALID_ARGUMENT;
@@ -158,8 +158,7 @@ extern "C" int16_t rvkBeginQuery(uint32_t handle, uint8_t queryType, void* query
 extern "C" int16_t rvkGetNextQObj(uint32_t handle, rvkDataBlk* dataBlk) {
     RVK_ENTRY(GetNextQObj);
     SessionRef s(handle);
-    if (s.rc()) return s.rc();
-    if (s->state != State::Query) return RVK_RC_WRONG_STATE;
+    if (Rc rc = s.rcIn(State::Query)) return rc;
     if (!dataBlk || !dataBlk->bufferPtr) return RVK_RC_NULL_POINTER;
     if (dataBlk->stVersion != RVK_DATABLK_VERSION) return RVK_RC_BAD_STVERSION;
     dataBlk->numBytes = 0;
@@ -185,8 +184,7 @@ extern "C" int16_t rvkGetNextQObj(uint32_t handle, rvkDataBlk* dataBlk) {
 extern "C" int16_t rvkEndQuery(uint32_t handle) {
     RVK_ENTRY(EndQuery);
     SessionRef s(handle);
-    if (s.rc()) return s.rc();
-    if (s->state != State::Query) return RVK_RC_WRONG_STATE;
+    if (Rc rc = s.rcIn(State::Query)) return rc;
     s->query = QueryState();
     s->state = State::Idle;
     return RVK_RC_OK;

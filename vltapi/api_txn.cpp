@@ -71,13 +71,22 @@ Rc endTxn(uint32_t handle, uint8_t vote, uint16_t* reason) {
     return rc;
 }
 
+// A test's fault on the end of a transaction. With a reason it stands for a
+// commit that the repository refused: like one, it rolls back.
+Rc failedEnd(uint32_t handle, Rc rc, uint16_t why, uint16_t* reason) {
+    if (why == 0 || !reason) return rc;
+    uint16_t ignored = 0;
+    endTxn(handle, RVK_VOTE_ABORT, &ignored);
+    *reason = why;
+    return rc;
+}
+
 }  // namespace
 
 extern "C" int16_t rvkBeginTxn(uint32_t handle) {
     RVK_ENTRY(BeginTxn);
     SessionRef s(handle);
-    if (s.rc()) return s.rc();
-    if (s->state != State::Idle) return RVK_RC_WRONG_STATE;
+    if (Rc rc = s.rcIn(State::Idle)) return rc;
     // The maximum per transaction is read afresh: an administrator's change
     // applies from the next transaction on.
     if (Rc rc = s->store->readSettings(s->settings))
@@ -92,8 +101,7 @@ extern "C" int16_t rvkBeginTxn(uint32_t handle) {
 extern "C" int16_t rvkDeleteObj(uint32_t handle, uint8_t delType, rvkDelInfo delInfo) {
     RVK_ENTRY(DeleteObj);
     SessionRef s(handle);
-    if (s.rc()) return s.rc();
-    if (s->state != State::Txn) return RVK_RC_WRONG_STATE;
+    if (Rc rc = s.rcIn(State::Txn)) return rc;
     Session& ss = *s;
     if (delInfo.stVersion != RVK_DELINFO_VERSION) return failTxn(ss, RVK_RC_BAD_STVERSION);
     if (delType == RVK_DEL_ARCHIVE) return failTxn(ss, RVK_RC_NOT_SUPPORTED);
@@ -101,6 +109,19 @@ extern "C" int16_t rvkDeleteObj(uint32_t handle, uint8_t delType, rvkDelInfo del
     if (!ss.node.backDel) return failTxn(ss, RVK_RC_DELETE_NOT_ALLOWED);
     if (Rc rc = beginTxnOperation(ss)) return rc;
     uint64_t id = (static_cast<uint64_t>(delInfo.objIdHi) << 32) | delInfo.objIdLo;
+    ActLogRecord a;
+    a.date = nowDate();
+    a.node = ss.node.name;
+    a.severity = RVK_SEV_INFO;
+    a.msgId = "DELETE";
+    a.text = "Deleted backup object " + std::to_string(id) + " ";
+    a.objId = id;
+    // An object this session has seen in a query may be deleted without
+    // waiting for the server's answer; the commit then collects it.
+    bool queued = false;
+    if (Rc rc = ss.store->queueNodeObjectDeletion(ss.node.id, id, a, queued))
+        return failTxn(ss, storeFailure(ss, rc, "delete"));
+    if (queued) return RVK_RC_OK;
     ObjectRecord o;
     bool found = false;
     if (Rc rc = ss.store->deleteNodeObject(ss.node.id, id, o, found))
@@ -112,20 +133,16 @@ extern "C" int16_t rvkDeleteObj(uint32_t handle, uint8_t delType, rvkDelInfo del
                   " is not an object of this node");
         return failTxn(ss, RVK_RC_OBJ_NOT_FOUND);
     }
-    ActLogRecord a;
-    a.date = nowDate();
-    a.node = ss.node.name;
-    a.severity = RVK_SEV_INFO;
-    a.msgId = "DELETE";
-    a.text = "Deleted backup object " + std::to_string(id) + " " + fsName(ss, o.fsId) + o.hl + o.ll;
-    a.objId = id;
+    a.text += fsName(ss, o.fsId) + o.hl + o.ll;
     if (Rc rc = ss.store->appendActLog(a))
         return failTxn(ss, storeFailure(ss, rc, "delete: activity log"));
     return RVK_RC_OK;
 }
 
 extern "C" int16_t rvkEndTxn(uint32_t handle, uint8_t vote, uint16_t* reason) {
-    RVK_ENTRY(EndTxn);
+    int16_t faultRc = 0;
+    uint16_t why = 0;
+    if (faultFires(Fn::EndTxn, &faultRc, &why)) return failedEnd(handle, faultRc, why, reason);
     if (!reason) return RVK_RC_NULL_POINTER;
     return endTxn(handle, vote, reason);
 }

@@ -8,8 +8,7 @@
 #include <stdio.h>
 #include <string.h>
 
-#include "entry_points.h"
-#include "rvkapi.h"
+#include "include/rvkapi.h"
 
 #define NAME_OF(Name) "rvk" #Name,
 static const char* const kNames[] = {RVK_ENTRY_POINTS(NAME_OF)};

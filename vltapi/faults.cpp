@@ -21,6 +21,7 @@ struct Rule {
     int fn;
     uint64_t from, to;
     int16_t rc;
+    uint16_t reason;
 };
 
 std::once_flag gOnce;
@@ -49,9 +50,16 @@ bool parseRule(const std::string& item, Rule& r) {
     }
     if (*end != '\0' || r.from < 1 || r.to < r.from) return false;
     long v = strtol(rc.c_str(), &end, 10);
-    if (rc.empty() || *end != '\0' || v < -32768 || v > 32767) return false;
+    if (rc.empty() || end == rc.c_str() || v < -32768 || v > 32767) return false;
     r.rc = static_cast<int16_t>(v);
-    return true;
+    r.reason = 0;
+    if (*end == ':') {
+        const char* reason = end + 1;
+        unsigned long why = strtoul(reason, &end, 10);
+        if (end == reason || why > 65535) return false;
+        r.reason = static_cast<uint16_t>(why);
+    }
+    return *end == '\0';
 }
 
 void load() {
@@ -79,7 +87,7 @@ void load() {
 
 }  // namespace
 
-bool faultFires(Fn fn, int16_t* rc) {
+bool faultFires(Fn fn, int16_t* rc, uint16_t* reason) {
     std::call_once(gOnce, load);
     if (!gActive) return false;
     size_t i = static_cast<size_t>(fn);
@@ -87,6 +95,7 @@ bool faultFires(Fn fn, int16_t* rc) {
     for (const Rule& r : gRules) {
         if (r.fn == static_cast<int>(i) && n >= r.from && n <= r.to) {
             *rc = r.rc;
+            if (reason) *reason = r.reason;
             return true;
         }
     }

@@ -2,12 +2,15 @@
 // the N-th (to M-th) call of entry point `name` in this process return rc
 // without doing anything. Calls are counted per entry point from 1, all
 // threads together; the list is read at the first call of any entry point.
+// "rvkEndTxn@N=2302:reason" is a commit that the repository refuses: the
+// transaction is rolled back and the call answers 2302 with that reason,
+// as a failed commit does.
 #ifndef VLTAPI_FAULTS_H
 #define VLTAPI_FAULTS_H
 
 #include <stdint.h>
 
-#include "vltapi/entry_points.h"
+#include "vltapi/include/rvkapi.h"
 
 namespace vlt {
 
@@ -16,8 +19,9 @@ namespace vlt {
 enum class Fn { RVK_ENTRY_POINTS(VLT_FN_ENUMERATOR) Count };
 #undef VLT_FN_ENUMERATOR
 
-// Counts this call of `fn`; true (with *rc set) when it is to fail.
-bool faultFires(Fn fn, int16_t* rc);
+// Counts this call of `fn`; true (with *rc set) when it is to fail. A rule
+// with a reason sets *reason when the caller passes one (else 0).
+bool faultFires(Fn fn, int16_t* rc, uint16_t* reason = nullptr);
 
 }  // namespace vlt
 

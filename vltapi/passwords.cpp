@@ -105,6 +105,15 @@ Rc checkNodePassword(const NodeRecord& n, const std::string& pw, bool& ok, bool&
     return RVK_RC_OK;
 }
 
+Rc logPasswordEvent(Store& store, const std::string& node, const char* text) {
+    ActLogRecord a;
+    a.date = nowDate();
+    a.node = node;
+    a.msgId = "SESSION";
+    a.text = text;
+    return store.appendActLog(a);
+}
+
 Rc upgradeNodePassword(Store& store, NodeRecord& n, const std::string& pw, std::string& err) {
     NodeRecord fresh = n;
     if (Rc rc = hashPassword(fresh, pw)) {
@@ -122,12 +131,7 @@ Rc upgradeNodePassword(Store& store, NodeRecord& n, const std::string& pw, std::
     }
     if (rc == RVK_RC_OK) rc = store.updateNode(fresh);
     if (rc == RVK_RC_OK) {
-        ActLogRecord a;
-        a.date = nowDate();
-        a.node = n.name;
-        a.msgId = "SESSION";
-        a.text = "Password hash renewed at log-on";
-        rc = store.appendActLog(a);
+        rc = logPasswordEvent(store, n.name, "Password hash renewed at log-on");
     }
     if (rc == RVK_RC_OK) rc = store.commit();
     if (rc) {

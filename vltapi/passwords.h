@@ -40,6 +40,10 @@ Rc setNodePassword(NodeRecord& n, const std::string& pw);
 // hash is not of the current kind and cost and should be made anew.
 Rc checkNodePassword(const NodeRecord& n, const std::string& pw, bool& ok, bool& stale);
 
+// Notes a change to the node's password in the activity log (message id
+// "SESSION"), inside the caller's write transaction.
+Rc logPasswordEvent(Store& store, const std::string& node, const char* text);
+
 // After a successful log-on with a stale hash: hashes `pw` anew in a write
 // transaction of its own, unless the hash changed meanwhile, keeping the
 // set time, and notes it in the activity log. `n` gets the new record.

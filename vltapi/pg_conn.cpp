@@ -73,6 +73,21 @@ PgParam pgBytes(const std::string& v) {
     return p;
 }
 
+PgParam pgArray(const std::vector<std::string>& values) {
+    PgParam p;
+    p.value = "{";
+    for (const std::string& v : values) {
+        p.value += p.value.size() > 1 ? ",\"" : "\"";
+        for (char c : v) {
+            if (c == '"' || c == '\\') p.value += '\\';
+            p.value += c;
+        }
+        p.value += '"';
+    }
+    p.value += "}";
+    return p;
+}
+
 static int hexValue(char c) {
     if (c >= '0' && c <= '9') return c - '0';
     if (c >= 'a' && c <= 'f') return c - 'a' + 10;
@@ -170,10 +185,11 @@ Rc PgConn::finish(PgResult r, const char* what, PgResult* rows) {
 
 Rc PgConn::exec(const std::string& sql, const std::vector<PgParam>& params, const char* what,
                 PgResult* rows) {
+    if (Rc rc = drain()) return rc;
     if (params.empty()) return finish(PgResult(PQexec(conn_, sql.c_str())), what, rows);
     auto it = prepared_.find(sql);
     if (it == prepared_.end()) {
-        std::string name = "s" + std::to_string(prepared_.size());
+        std::string name = "s" + std::to_string(++statements_);
         PgResult p(
             PQprepare(conn_, name.c_str(), sql.c_str(), static_cast<int>(params.size()), nullptr));
         if (!p || PQresultStatus(p.get()) != PGRES_COMMAND_OK) return failure(p.get(), what);
@@ -188,11 +204,131 @@ Rc PgConn::exec(const std::string& sql, const std::vector<PgParam>& params, cons
 
 Rc PgConn::execOnce(const std::string& sql, const std::vector<PgParam>& params, const char* what,
                     PgResult* rows) {
+    if (Rc rc = drain()) return rc;
     ParamArrays a(params);
     return finish(
         PgResult(PQexecParams(conn_, sql.c_str(), static_cast<int>(params.size()), nullptr,
                               a.values.data(), a.lengths.data(), a.formats.data(), 0)),
         what, rows);
+}
+
+// Pipeline mode. Answers come in the order of what was sent: each
+// statement's result followed by a null, and the sync's own result.
+
+Rc PgConn::send(const std::string& sql, const std::vector<PgParam>& params, const char* what,
+                bool report) {
+    if (!pipelining() && PQenterPipelineMode(conn_) != 1) return failure(nullptr, what);
+    int n = static_cast<int>(params.size());
+    auto it = prepared_.find(sql);
+    if (it == prepared_.end()) {
+        std::string name = "s" + std::to_string(++statements_);
+        if (Rc rc = sent(PQsendPrepare(conn_, name.c_str(), sql.c_str(), n, nullptr), what, false))
+            return rc;
+        pending_.back().preparing = sql;
+        it = prepared_.emplace(sql, name).first;
+    }
+    ParamArrays a(params);
+    return sent(PQsendQueryPrepared(conn_, it->second.c_str(), n, a.values.data(), a.lengths.data(),
+                                    a.formats.data(), 0),
+                what, report);
+}
+
+Rc PgConn::sendOnce(const std::string& sql, const std::vector<PgParam>& params, const char* what) {
+    if (!pipelining() && PQenterPipelineMode(conn_) != 1) return failure(nullptr, what);
+    ParamArrays a(params);
+    return sent(PQsendQueryParams(conn_, sql.c_str(), static_cast<int>(params.size()), nullptr,
+                                  a.values.data(), a.lengths.data(), a.formats.data(), 0),
+                what, false);
+}
+
+// The statement goes to the server at once, so that the server works while
+// the caller prepares the next one; answers already there are read, so
+// that a server writing answers never waits for a client that is sending.
+Rc PgConn::sent(int ok, const char* what, bool report) {
+    if (!ok) return failure(nullptr, what);
+    pending_.push_back(Pending{what, report, ""});
+    if (PQflush(conn_) != 0) return failure(nullptr, what);
+    return poll();
+}
+
+Rc PgConn::poll() {
+    if (PQconsumeInput(conn_) != 1) return failure(nullptr, "read answers");
+    int nulls = 0;
+    while (!pending_.empty() && !PQisBusy(conn_) && nulls < 2) {
+        PgResult r(PQgetResult(conn_));
+        if (!r) {
+            ++nulls;
+            continue;
+        }
+        nulls = 0;
+        answer(std::move(r));
+    }
+    return pipelineRc_;
+}
+
+void PgConn::answer(PgResult r) {
+    if (pending_.empty()) return;
+    Pending p = pending_.front();
+    pending_.pop_front();
+    ExecStatusType st = PQresultStatus(r.get());
+    if (st == PGRES_COMMAND_OK || st == PGRES_TUPLES_OK) {
+        for (int i = 0; p.report && i < PQntuples(r.get()); ++i)
+            reported_.push_back(strtoull(PQgetvalue(r.get(), i, 0), nullptr, 10));
+        return;
+    }
+    // A statement that was never prepared is prepared afresh next time.
+    if (!p.preparing.empty()) prepared_.erase(p.preparing);
+    // After a failure the server skips the rest up to the sync.
+    if (st != PGRES_PIPELINE_ABORTED && pipelineRc_ == 0) pipelineRc_ = failure(r.get(), p.what);
+}
+
+Rc PgConn::holdBack() {
+    if (!beforeWaiting_ || holdingBack_) return RVK_RC_OK;
+    holdingBack_ = true;
+    Rc rc = beforeWaiting_();
+    holdingBack_ = false;
+    return rc;
+}
+
+Rc PgConn::drain() {
+    Rc held = holdBack();
+    if (!pipelining()) return held;
+    if (PQpipelineSync(conn_) != 1) {
+        if (pipelineRc_ == 0) pipelineRc_ = failure(nullptr, "send the pipeline");
+    } else {
+        // Two nulls in a row: nothing more will come (a lost connection).
+        for (int nulls = 0; nulls < 2;) {
+            PgResult r(PQgetResult(conn_));
+            if (!r) {
+                ++nulls;
+                continue;
+            }
+            nulls = 0;
+            if (PQresultStatus(r.get()) == PGRES_PIPELINE_SYNC) break;
+            answer(std::move(r));
+        }
+        if (!pending_.empty() && pipelineRc_ == 0)
+            pipelineRc_ = failure(nullptr, pending_.front().what);
+    }
+    Rc rc = leavePipeline();
+    return rc ? rc : held;
+}
+
+Rc PgConn::leavePipeline() {
+    Rc rc = pipelineRc_;
+    for (const Pending& p : pending_)
+        if (!p.preparing.empty()) prepared_.erase(p.preparing);
+    pending_.clear();
+    pipelineRc_ = 0;
+    if (PQexitPipelineMode(conn_) != 1 && rc == RVK_RC_OK) rc = failure(nullptr, "end pipeline");
+    return rc;
+}
+
+void PgConn::discard() {
+    holdingBack_ = true;  // what the owner holds back is dropped, not sent
+    drain();
+    holdingBack_ = false;
+    reported_.clear();
 }
 
 std::string PgConn::quoteIdent(const std::string& name) const {

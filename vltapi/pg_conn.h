@@ -15,6 +15,8 @@
 #include <libpq-fe.h>
 #include <stdint.h>
 
+#include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -48,6 +50,9 @@ struct PgParam {
 PgParam pgInt(int64_t v);
 PgParam pgText(const std::string& v);
 PgParam pgBytes(const std::string& v);
+// An array in the server's text form; the values are quoted, so that any
+// text and any number fit.
+PgParam pgArray(const std::vector<std::string>& values);
 
 // Decodes a bytea value in the server's hex text form ("\x0a1b...").
 std::string pgBytea(const char* text, int len);
@@ -74,6 +79,29 @@ class PgConn {
     // Runs a statement made for this one use, without keeping it.
     Rc execOnce(const std::string& sql, const std::vector<PgParam>& params, const char* what,
                 PgResult* rows = nullptr);
+    // Pipeline: sends a kept statement without waiting for its answer, and
+    // reads whatever answers have arrived meanwhile. The answers come in
+    // with the next exec (which waits for all of them first) or drain. With
+    // `report`, the first column of every row of the answer, a number, goes
+    // to reported().
+    Rc send(const std::string& sql, const std::vector<PgParam>& params, const char* what,
+            bool report = false);
+    // Like send, for a statement made for this one use.
+    Rc sendOnce(const std::string& sql, const std::vector<PgParam>& params, const char* what);
+    // Waits for the answers to everything sent and leaves pipeline mode.
+    // The first failure among them is the result; a failed statement
+    // aborts the rest of the pipeline with the transaction.
+    Rc drain();
+    // Forgets what was sent (after a failure, before a rollback).
+    void discard();
+    bool pipelining() const { return PQpipelineStatus(conn_) != PQ_PIPELINE_OFF; }
+    // What the statements sent with `report` returned, in the order sent.
+    std::vector<uint64_t>& reported() { return reported_; }
+    // Runs before every statement that waits for its answer (exec,
+    // execOnce, drain): the owner sends what it has been holding back, so
+    // that the server sees everything in the order the caller did it.
+    void beforeWaiting(std::function<Rc()> fn) { beforeWaiting_ = std::move(fn); }
+
     // Rows changed by the last statement run with exec.
     uint64_t changed() const { return changed_; }
 
@@ -96,8 +124,26 @@ class PgConn {
     explicit PgConn(PGconn* c) : conn_(c) {}
     Rc failure(const PGresult* r, const char* what);
     Rc finish(PgResult r, const char* what, PgResult* rows);
+    Rc sent(int ok, const char* what, bool report);
+    Rc holdBack();
+    Rc poll();
+    void answer(PgResult r);
+    Rc leavePipeline();
+
+    // A statement sent in pipeline mode whose answer has not been read.
+    struct Pending {
+        const char* what;
+        bool report;            // its rows go to reported_
+        std::string preparing;  // the text of a statement being prepared
+    };
+    std::deque<Pending> pending_;
+    std::vector<uint64_t> reported_;
+    Rc pipelineRc_ = 0;  // the first failure among the answers read
+    std::function<Rc()> beforeWaiting_;
+    bool holdingBack_ = false;  // beforeWaiting_ is running
 
     std::map<std::string, std::string> prepared_;
+    unsigned statements_ = 0;  // names of prepared statements
 
     PGconn* conn_;
     std::string lastError_;

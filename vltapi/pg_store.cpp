@@ -6,13 +6,27 @@
 // one node never interleave, as with the embedded store's write lock, while
 // different nodes write side by side. A query reads through a server-side
 // cursor in batches, so that a million objects never sit in memory at once.
+//
+// Deletions of objects the session has seen in its own queries are held
+// back and go to the server many in one statement (when enough are held,
+// before any statement that waits for its answer, and at the commit), sent
+// in pipeline mode without waiting; the answers are read at the commit at
+// the latest. A transaction of the server's maximum of deletions then costs
+// a few round trips and one statement rather than one of each per object.
+// Such an object was there when the session looked; if another session
+// deleted it meanwhile, the commit says so (RVK_RC_OBJ_NOT_FOUND) and rolls
+// back. Any other object is deleted at once, its absence reported at the
+// call.
 #include "vltapi/pg_store.h"
 
 #include <stdlib.h>
 #include <string.h>
 
+#include <unordered_set>
+
 #include "rvkapi.h"
 #include "vltapi/pg_conn.h"
+#include "vltapi/seen_ids.h"
 
 namespace vlt {
 namespace {
@@ -25,6 +39,22 @@ constexpr const char* kNodeColumns =
 constexpr const char* kFsColumns =
     "id, node_id, name, type, info, capacity, occupancy, reg_date, back_start, back_complete";
 constexpr int kFetchRows = 5000;
+
+// One statement deletes held-back objects of node $2 with their data and
+// writes an activity-log row for each, in the order given, the text ending
+// in the object's file space and names. It returns the ids it did not find.
+constexpr const char* kDeleteAndLog =
+    "WITH want AS (SELECT * FROM unnest($1::bigint[], $3::bigint[], $4::text[], $5::int[], "
+    "$6::text[], $7::text[]) WITH ORDINALITY AS w(id, date, node, severity, msg_id, text, n)), "
+    "gone AS (DELETE FROM objects o USING want w WHERE o.node_id = $2 AND o.id = w.id RETURNING "
+    "o.id, o.fs_id, o.hl, o.ll), data AS (DELETE FROM object_data WHERE obj_id IN (SELECT id "
+    "FROM gone)), logged AS (INSERT INTO actlog(date, node, severity, msg_id, text, obj_id) "
+    "SELECT w.date, w.node, w.severity, w.msg_id, w.text || coalesce(f.name, '') || g.hl || "
+    "g.ll, g.id FROM want w JOIN gone g ON g.id = w.id LEFT JOIN filespaces f ON f.id = g.fs_id "
+    "ORDER BY w.n) SELECT w.id FROM want w WHERE NOT EXISTS (SELECT 1 FROM gone g WHERE g.id = "
+    "w.id) ORDER BY w.n";
+// Held-back deletions sent in one statement at most.
+constexpr size_t kDeletionsPerStatement = 1000;
 
 // Field readers of one result row.
 struct Row {
@@ -103,13 +133,16 @@ class PgStore;
 
 class PgCursor : public ObjectCursor {
   public:
-    PgCursor(PgStore* store, std::string name) : store_(store), name_(std::move(name)) {}
+    // `seen` (may be null) learns the id of every object read.
+    PgCursor(PgStore* store, std::string name, SeenIds* seen)
+        : store_(store), name_(std::move(name)), seen_(seen) {}
     ~PgCursor() override;
     Rc next(ObjectRecord& o, bool& have) override;
 
   private:
     PgStore* store_;
     std::string name_;
+    SeenIds* seen_;
     PgResult batch_;
     int row_ = 0;
     bool last_ = false;  // the batch in hand is the last one
@@ -117,7 +150,9 @@ class PgCursor : public ObjectCursor {
 
 class PgStore : public Store {
   public:
-    PgStore(std::unique_ptr<PgConn> c, bool asNode) : c_(std::move(c)), asNode_(asNode) {}
+    PgStore(std::unique_ptr<PgConn> c, bool asNode) : c_(std::move(c)), asNode_(asNode) {
+        c_->beforeWaiting([this] { return sendDeletions(); });
+    }
     // A store dropped inside a transaction leaves nothing of it behind.
     ~PgStore() override { abandon(); }
 
@@ -130,27 +165,40 @@ class PgStore : public Store {
             c_->setError("transaction already open");
             return RVK_RC_WRONG_STATE;
         }
-        if (Rc rc = c_->exec("BEGIN", "begin transaction")) return rc;
-        inTxn_ = true;
-        if (!write) return RVK_RC_OK;
+        if (!write) {
+            if (Rc rc = c_->exec("BEGIN", "begin transaction")) return rc;
+            inTxn_ = true;
+            return RVK_RC_OK;
+        }
         // Nodes share the repository lock and hold their own; the
-        // administrator holds the repository lock alone.
+        // administrator holds the repository lock alone. One round trip
+        // begins and locks.
         Rc rc = asNode_ ? c_->exec(
-                              "SELECT pg_advisory_xact_lock_shared(7031, 0), "
+                              "BEGIN; SELECT pg_advisory_xact_lock_shared(7031, 0), "
                               "pg_advisory_xact_lock(7032, hashtext(current_user))",
                               "lock the node")
-                        : c_->exec("SELECT pg_advisory_xact_lock(7031, 0)", "lock the repository");
+                        : c_->exec("BEGIN; SELECT pg_advisory_xact_lock(7031, 0)",
+                                   "lock the repository");
+        inTxn_ = true;
         if (rc) rollback();
         return rc;
     }
 
     Rc commit() override {
         if (!inTxn_) return RVK_RC_OK;
-        Rc rc = flushActLog();
+        Rc rc = sendDeletions();
+        if (rc == RVK_RC_OK) rc = flushActLog();
+        if (rc == RVK_RC_OK) rc = c_->drain();
+        if (rc == RVK_RC_OK && !c_->reported().empty()) {
+            c_->setError("delete: object id " + std::to_string(c_->reported().front()) +
+                         " not found: another session deleted it after this one read it");
+            rc = RVK_RC_OBJ_NOT_FOUND;
+        }
         if (rc) {
             rollback();
             return rc;
         }
+        heldIds_.clear();
         rc = c_->exec("COMMIT", "commit");
         // A COMMIT of a failed transaction answers "ROLLBACK" without error.
         if (rc == RVK_RC_OK && c_->status() == "ROLLBACK") {
@@ -168,6 +216,9 @@ class PgStore : public Store {
   private:
     void abandon() {
         pendingLog_.clear();
+        held_.clear();
+        heldIds_.clear();
+        c_->discard();
         if (!inTxn_) return;
         if (!c_->broken()) c_->exec("ROLLBACK", "rollback");
         inTxn_ = false;
@@ -338,6 +389,7 @@ class PgStore : public Store {
     }
 
     Rc deleteFileSpace(int64_t fsId, uint64_t& objectsDeleted) override {
+        seen_.clear();
         if (Rc rc = c_->exec("DELETE FROM object_data WHERE obj_id IN (SELECT o.id FROM objects o "
                              "JOIN filespaces f ON o.node_id = f.node_id AND o.fs_id = f.id "
                              "WHERE f.id = $1)",
@@ -375,13 +427,21 @@ class PgStore : public Store {
         if (q.objType != 0xFF) sql += " AND type = " + param(pgInt(q.objType));
         sql += q.fsId ? " ORDER BY hl, ll, id" : " ORDER BY id";
         std::string name = "objects_" + std::to_string(++cursorSerial_);
+        // What a node's query reads in a snapshot of its own is known to
+        // have been there; rows of an open transaction might yet be undone.
+        SeenIds* seen = nullptr;
+        if (asNode_ && !inTxn_) {
+            if (q.nodeId != seenNode_) seen_.clear();
+            seenNode_ = q.nodeId;
+            seen = &seen_;
+        }
         if (Rc rc = cursorOpened()) return rc;
         if (Rc rc = c_->execOnce("DECLARE " + name + " NO SCROLL CURSOR FOR " + sql, p,
                                  "query objects")) {
             cursorClosed(name);
             return rc;
         }
-        out.reset(new PgCursor(this, name));
+        out.reset(new PgCursor(this, name, seen));
         return RVK_RC_OK;
     }
 
@@ -441,6 +501,7 @@ class PgStore : public Store {
 
     // The object and its data in one round trip.
     Rc deleteObject(uint64_t id, bool& changed) override {
+        seen_.forget(id);
         bool found = false;
         Rc rc = oneRow(
             "WITH gone AS (DELETE FROM objects WHERE id = $1 RETURNING id), "
@@ -451,6 +512,12 @@ class PgStore : public Store {
     }
 
     Rc deleteNodeObject(int64_t nodeId, uint64_t id, ObjectRecord& o, bool& found) override {
+        seen_.forget(id);
+        // Deleted already in this transaction, though perhaps not yet sent.
+        if (heldIds_.count(id)) {
+            found = false;
+            return RVK_RC_OK;
+        }
         return oneRow(std::string("WITH gone AS (DELETE FROM objects WHERE id = $1 AND node_id = "
                                   "$2 RETURNING ") +
                           kObjectColumns +
@@ -458,6 +525,39 @@ class PgStore : public Store {
                           "gone)) SELECT * FROM gone",
                       {pgU64(id), pgInt(nodeId)}, "delete object", found,
                       [&](const Row& w) { readObject(w, o); });
+    }
+
+    Rc queueNodeObjectDeletion(int64_t nodeId, uint64_t id, const ActLogRecord& log,
+                               bool& queued) override {
+        queued = inTxn_ && nodeId == seenNode_ && seen_.has(id);
+        if (!queued) return RVK_RC_OK;
+        seen_.forget(id);
+        // Log rows waiting in memory go first, to keep the log in order.
+        if (Rc rc = flushActLog()) return rc;
+        held_.push_back(log);
+        held_.back().objId = id;
+        heldNode_ = nodeId;
+        heldIds_.insert(id);
+        return held_.size() < kDeletionsPerStatement ? RVK_RC_OK : sendDeletions();
+    }
+
+    // Sends the held-back deletions, without waiting for the answer.
+    Rc sendDeletions() {
+        if (held_.empty()) return RVK_RC_OK;
+        std::vector<std::string> ids, dates, nodes, severities, msgIds, texts;
+        for (const ActLogRecord& a : held_) {
+            ids.push_back(std::to_string(a.objId));
+            dates.push_back(std::to_string(a.date));
+            nodes.push_back(a.node);
+            severities.push_back(std::to_string(a.severity));
+            msgIds.push_back(a.msgId);
+            texts.push_back(a.text);
+        }
+        held_.clear();
+        return c_->send(kDeleteAndLog,
+                        {pgArray(ids), pgInt(heldNode_), pgArray(dates), pgArray(nodes),
+                         pgArray(severities), pgArray(msgIds), pgArray(texts)},
+                        "delete objects", true);
     }
 
     Rc countObjects(int64_t nodeId, uint64_t& n) override {
@@ -493,6 +593,8 @@ class PgStore : public Store {
     // round trip, not two.
     Rc appendActLog(const ActLogRecord& a) override {
         if (inTxn_) {
+            // Behind held-back deletions: they and their rows go first.
+            if (Rc rc = sendDeletions()) return rc;
             pendingLog_.push_back(a);
             return RVK_RC_OK;
         }
@@ -523,7 +625,10 @@ class PgStore : public Store {
                 p.push_back(pgText(a.text));
                 p.push_back(pgU64(a.objId));
             }
-            if (Rc rc = c_->execOnce(sql, p, "write activity log")) return rc;
+            // Behind deletions still in the pipeline, the rows join them.
+            if (Rc rc = c_->pipelining() ? c_->sendOnce(sql, p, "write activity log")
+                                         : c_->execOnce(sql, p, "write activity log"))
+                return rc;
         }
         pendingLog_.clear();
         return RVK_RC_OK;
@@ -575,6 +680,13 @@ class PgStore : public Store {
     int cursors_ = 0;
     std::vector<ActLogRecord> pendingLog_;
     unsigned cursorSerial_ = 0;
+    SeenIds seen_;  // objects of node seenNode_ read by this session
+    int64_t seenNode_ = 0;
+    // Deletions held back (objId and log row of each), of node heldNode_,
+    // and every id deleted so in the open transaction.
+    std::vector<ActLogRecord> held_;
+    int64_t heldNode_ = 0;
+    std::unordered_set<uint64_t> heldIds_;
 };
 
 PgCursor::~PgCursor() {
@@ -594,6 +706,7 @@ Rc PgCursor::next(ObjectRecord& o, bool& have) {
         if (PQntuples(batch_.get()) == 0) return RVK_RC_OK;
     }
     readObject(Row{batch_.get(), row_++}, o);
+    if (seen_) seen_->add(o.id);
     have = true;
     return RVK_RC_OK;
 }

@@ -121,6 +121,11 @@ SessionRef::SessionRef(uint32_t handle, bool allowExpired) {
         rc_ = RVK_RC_PASSWD_EXPIRED;
 }
 
+Rc SessionRef::rcIn(State state) const {
+    if (rc_) return rc_;
+    return s_->state == state ? RVK_RC_OK : RVK_RC_WRONG_STATE;
+}
+
 Rc storeFailure(Session& s, Rc rc, const char* what) {
     clientLog(std::string(what) + ": node " + s.node.name + ": " +
               (s.store ? s.store->lastError() : "") + " (rc " + std::to_string(rc) + ")");

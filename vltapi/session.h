@@ -49,6 +49,7 @@ struct QueryState {
     bool hlWild = false, llWild = false, ownerAny = true;
     ObjectQuery base;  // node, state, date, type, exact names
     std::unique_ptr<ObjectCursor> cursor;
+    ObjectRecord row;  // the cursor's current row
     uint64_t delivered = 0;
     bool finished = false;
 };
@@ -114,6 +115,8 @@ class SessionRef {
   public:
     explicit SessionRef(uint32_t handle, bool allowExpired = false);
     Rc rc() const { return rc_; }
+    // rc(), or RVK_RC_WRONG_STATE when the session is not in `state`.
+    Rc rcIn(State state) const;
     Session* operator->() const { return s_.get(); }
     Session& operator*() const { return *s_; }
 

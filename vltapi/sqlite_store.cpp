@@ -64,7 +64,10 @@ CREATE TABLE objects(
     state INTEGER NOT NULL,
     has_data INTEGER NOT NULL,
     info BLOB NOT NULL);
-CREATE INDEX objects_name ON objects(node_id, fs_id, hl, ll);
+-- Every column: a query walks a file space's objects in name order from the
+-- index alone, instead of fetching each row by its id.
+CREATE INDEX objects_name ON objects(node_id, fs_id, hl, ll, id, type, owner, mc, ins_date,
+    deact_date, size, state, has_data, info);
 CREATE TABLE object_data(
     obj_id INTEGER NOT NULL,
     seq INTEGER NOT NULL,
@@ -100,6 +103,17 @@ Rc mapRc(int src) {
     }
 }
 
+// Reads a text or blob column into `out`, reusing its buffer: a cursor that
+// reads a million rows into one record allocates nothing per row.
+void colInto(sqlite3_stmt* s, int i, std::string& out, bool blob) {
+    const void* p = blob ? sqlite3_column_blob(s, i) : sqlite3_column_text(s, i);
+    if (p == nullptr) {
+        out.clear();
+        return;
+    }
+    out.assign(static_cast<const char*>(p), static_cast<size_t>(sqlite3_column_bytes(s, i)));
+}
+
 std::string colText(sqlite3_stmt* s, int i) {
     const unsigned char* t = sqlite3_column_text(s, i);
     return t ? std::string(reinterpret_cast<const char*>(t),
@@ -126,17 +140,17 @@ void readObject(sqlite3_stmt* s, ObjectRecord& o) {
     o.id = static_cast<uint64_t>(sqlite3_column_int64(s, 0));
     o.nodeId = sqlite3_column_int64(s, 1);
     o.fsId = sqlite3_column_int64(s, 2);
-    o.hl = colText(s, 3);
-    o.ll = colText(s, 4);
+    colInto(s, 3, o.hl, false);
+    colInto(s, 4, o.ll, false);
     o.type = sqlite3_column_int(s, 5);
-    o.owner = colText(s, 6);
-    o.mc = colText(s, 7);
+    colInto(s, 6, o.owner, false);
+    colInto(s, 7, o.mc, false);
     o.insDate = sqlite3_column_int64(s, 8);
     o.deactDate = sqlite3_column_int64(s, 9);
     o.size = static_cast<uint64_t>(sqlite3_column_int64(s, 10));
     o.state = sqlite3_column_int(s, 11);
     o.hasData = sqlite3_column_int(s, 12) != 0;
-    o.info = colBlob(s, 13);
+    colInto(s, 13, o.info, true);
 }
 
 void noBind(sqlite3_stmt*) {}
@@ -298,6 +312,26 @@ class SqliteStore : public Store {
         });
     }
 
+    // Runs an update of a whole record: its columns from `bind`, its id as
+    // the last parameter, ?idParam.
+    template <typename Record>
+    Rc update(const char* sql, const char* what, void (*bind)(sqlite3_stmt*, const Record&),
+              const Record& r, int idParam, int64_t id) {
+        return run(sql, what, [&](sqlite3_stmt* s) {
+            bind(s, r);
+            sqlite3_bind_int64(s, idParam, id);
+        });
+    }
+
+    // Runs an insert of a whole record; `id` gets the new row's id.
+    template <typename Record, typename Id>
+    Rc insert(const char* sql, const char* what, void (*bind)(sqlite3_stmt*, const Record&),
+              const Record& r, Id& id) {
+        Rc rc = run(sql, what, [&](sqlite3_stmt* s) { bind(s, r); });
+        if (rc == RVK_RC_OK) id = static_cast<Id>(sqlite3_last_insert_rowid(db_));
+        return rc;
+    }
+
     Rc exec(const char* sql, const char* what) {
         int r = sqlite3_exec(db_, sql, nullptr, nullptr, nullptr);
         return r == SQLITE_OK ? RVK_RC_OK : fail(r, what);
@@ -355,9 +389,7 @@ class SqliteStore : public Store {
         static const char* sql =
             "INSERT INTO nodes(name, pw_salt, pw_hash, pw_iter, pw_set, back_del, arch_del) "
             "VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7)";
-        Rc rc = run(sql, "insert node", [&](sqlite3_stmt* s) { bindNode(s, n); });
-        if (rc == RVK_RC_OK) n.id = sqlite3_last_insert_rowid(db_);
-        return rc;
+        return insert(sql, "insert node", bindNode, n, n.id);
     }
 
     static void bindNode(sqlite3_stmt* s, const NodeRecord& n) {
@@ -375,10 +407,7 @@ class SqliteStore : public Store {
             "UPDATE nodes SET name = ?1, pw_salt = ?2, pw_hash = ?3, pw_iter = ?4, pw_set = ?5, "
             "back_del = ?6, "
             "arch_del = ?7 WHERE id = ?8";
-        return run(sql, "update node", [&](sqlite3_stmt* s) {
-            bindNode(s, n);
-            sqlite3_bind_int64(s, 8, n.id);
-        });
+        return update(sql, "update node", bindNode, n, 8, n.id);
     }
 
     Rc listNodes(std::vector<NodeRecord>& out) override {
@@ -433,9 +462,7 @@ class SqliteStore : public Store {
             "INSERT INTO filespaces(node_id, name, type, info, capacity, occupancy, reg_date, "
             "back_start, "
             "back_complete) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9)";
-        Rc rc = run(sql, "insert file space", [&](sqlite3_stmt* s) { bindFs(s, fs); });
-        if (rc == RVK_RC_OK) fs.id = sqlite3_last_insert_rowid(db_);
-        return rc;
+        return insert(sql, "insert file space", bindFs, fs, fs.id);
     }
 
     Rc updateFileSpace(const FsRecord& fs) override {
@@ -443,10 +470,7 @@ class SqliteStore : public Store {
             "UPDATE filespaces SET node_id = ?1, name = ?2, type = ?3, info = ?4, capacity = ?5, "
             "occupancy = ?6, "
             "reg_date = ?7, back_start = ?8, back_complete = ?9 WHERE id = ?10";
-        return run(sql, "update file space", [&](sqlite3_stmt* s) {
-            bindFs(s, fs);
-            sqlite3_bind_int64(s, 10, fs.id);
-        });
+        return update(sql, "update file space", bindFs, fs, 10, fs.id);
     }
 
     Rc deleteFileSpace(int64_t fsId, uint64_t& objectsDeleted) override {
@@ -541,9 +565,7 @@ class SqliteStore : public Store {
         if (rc) return rc;
         o.state = RVK_STATE_ACTIVE;
         o.deactDate = 0;
-        rc = run(sqlInsert, "insert object", [&](sqlite3_stmt* s) { bindObject(s, o); });
-        if (rc == RVK_RC_OK) o.id = static_cast<uint64_t>(sqlite3_last_insert_rowid(db_));
-        return rc;
+        return insert(sqlInsert, "insert object", bindObject, o, o.id);
     }
 
     Rc insertObjectAsIs(const ObjectRecord& o) override {
@@ -551,10 +573,7 @@ class SqliteStore : public Store {
             "INSERT INTO objects(node_id, fs_id, hl, ll, type, owner, mc, ins_date, deact_date, "
             "size, state, has_data, info, id) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11, "
             "?12, ?13, ?14)";
-        return run(sql, "copy object", [&](sqlite3_stmt* s) {
-            bindObject(s, o);
-            sqlite3_bind_int64(s, 14, static_cast<int64_t>(o.id));
-        });
+        return update(sql, "copy object", bindObject, o, 14, static_cast<int64_t>(o.id));
     }
 
     Rc updateObject(const ObjectRecord& o) override {
@@ -563,20 +582,36 @@ class SqliteStore : public Store {
             "mc = ?7, "
             "ins_date = ?8, deact_date = ?9, size = ?10, state = ?11, has_data = ?12, info = ?13 "
             "WHERE id = ?14";
-        return run(sql, "update object", [&](sqlite3_stmt* s) {
-            bindObject(s, o);
-            sqlite3_bind_int64(s, 14, static_cast<int64_t>(o.id));
-        });
+        return update(sql, "update object", bindObject, o, 14, static_cast<int64_t>(o.id));
     }
 
+    // The data table is visited only for an object that has data: an
+    // object's chunks are stored in the transaction that sets has_data.
     Rc deleteObject(uint64_t id, bool& changed) override {
-        static const char* sqlObject = "DELETE FROM objects WHERE id = ?1";
-        static const char* sqlData = "DELETE FROM object_data WHERE obj_id = ?1";
-        const int64_t sqlId = static_cast<int64_t>(id);
-        auto bindId = params(sqlId);
-        if (Rc rc = run(sqlObject, "delete object", bindId)) return rc;
-        changed = sqlite3_changes(db_) > 0;
-        return run(sqlData, "delete object data", bindId);
+        static const char* sqlObject = "DELETE FROM objects WHERE id = ?1 RETURNING has_data";
+        bool hasData = false;
+        if (Rc rc = stepRow(sqlObject, "delete object", &changed, params(static_cast<int64_t>(id)),
+                            [&](sqlite3_stmt* s) { hasData = sqlite3_column_int(s, 0) != 0; }))
+            return rc;
+        return hasData ? deleteData(id) : RVK_RC_OK;
+    }
+
+    // Deletes and reads the object in one statement: no read of the row
+    // before it goes.
+    Rc deleteNodeObject(int64_t nodeId, uint64_t id, ObjectRecord& o, bool& found) override {
+        static const std::string sqlText =
+            std::string("DELETE FROM objects WHERE id = ?1 AND node_id = ?2 RETURNING ") +
+            kObjectColumns;
+        if (Rc rc = stepRow(sqlText.c_str(), "delete object", &found,
+                            params(static_cast<int64_t>(id), nodeId),
+                            [&](sqlite3_stmt* s) { readObject(s, o); }))
+            return rc;
+        return found && o.hasData ? deleteData(id) : RVK_RC_OK;
+    }
+
+    Rc deleteData(uint64_t id) {
+        static const char* sql = "DELETE FROM object_data WHERE obj_id = ?1";
+        return run(sql, "delete object data", params(static_cast<int64_t>(id)));
     }
 
     Rc countObjects(int64_t nodeId, uint64_t& n) override {
@@ -689,65 +724,22 @@ Rc SqliteCursor::next(ObjectRecord& o, bool& have) {
     return store_->fail(r, "read objects");
 }
 
-}  // namespace
-
-Rc openSqliteStore(const std::string& path, int busyTimeoutMs, std::unique_ptr<Store>& out,
-                   std::string& err) {
-    struct stat st;
-    if (stat(path.c_str(), &st) != 0) {
-        err = "repository " + path + " cannot be opened: " + strerror(errno);
-        return RVK_RC_COMM_FAILURE;
-    }
-    if (!S_ISREG(st.st_mode)) {
-        err = "repository " + path + " is not a file";
-        return RVK_RC_COMM_FAILURE;
-    }
-    sqlite3* db = nullptr;
-    int r =
-        sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
-    if (r != SQLITE_OK) {
-        err = "repository " + path +
-              " cannot be opened: " + (db ? sqlite3_errmsg(db) : sqlite3_errstr(r));
-        sqlite3_close_v2(db);
-        return RVK_RC_COMM_FAILURE;
-    }
-    sqlite3_busy_timeout(db, busyTimeoutMs);
-    sqlite3_extended_result_codes(db, 1);
-    std::unique_ptr<SqliteStore> s(new SqliteStore(db));
-    std::string why;
-    if (Rc rc = s->checkFormat(why)) {
-        err = "repository " + path + ": " + why;
-        return rc;
-    }
-    if (Rc rc = s->exec("PRAGMA synchronous = FULL", "set synchronous")) {
-        err = s->lastError();
-        return rc;
-    }
-    if (st.st_mode & (S_IRWXG | S_IRWXO)) {
-        char mode[8];
-        snprintf(mode, sizeof mode, "%04o", static_cast<unsigned>(st.st_mode & 07777));
-        s->setAccessWarning("repository " + path + " has mode " + mode +
-                            ": other users may read its password hashes and objects (chmod 600 " +
-                            path + ")");
-    }
-    out = std::move(s);
-    return RVK_RC_OK;
+// Opens the database file; a failure is described after `prefix`.
+Rc openDatabase(const std::string& file, int flags, const std::string& prefix, sqlite3*& db,
+                std::string& err) {
+    db = nullptr;
+    int r = sqlite3_open_v2(file.c_str(), &db, flags, nullptr);
+    if (r == SQLITE_OK) return RVK_RC_OK;
+    err = prefix + (db ? sqlite3_errmsg(db) : sqlite3_errstr(r));
+    sqlite3_close_v2(db);
+    db = nullptr;
+    return RVK_RC_COMM_FAILURE;
 }
 
-Rc createSqliteStore(const std::string& path, const ServerSettings& initial, std::string& err) {
-    struct stat st;
-    if (stat(path.c_str(), &st) == 0) {
-        err = "repository " + path + " already exists";
-        return RVK_RC_INVALID_ARGUMENT;
-    }
-    // Build the repository under a temporary name and link it into place
-    // only when it is complete: no half-made repository is ever visible, and
-    // link() never replaces a repository made meanwhile by someone else.
-    std::string tmp = path + ".new." + std::to_string(getpid());
-    unlink(tmp.c_str());
-    // The file is made here, private to its owner, before SQLite opens it:
-    // SQLite would make it with the umask's mode, and gives its write-ahead
-    // log and shared-memory files the mode of the database file.
+// Makes the file, private to its owner, before SQLite opens it: SQLite
+// would make it with the umask's mode, and gives its write-ahead log and
+// shared-memory files the mode of the database file.
+Rc makePrivateFile(const std::string& tmp, const std::string& path, std::string& err) {
     int fd = open(tmp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
     if (fd < 0 || fchmod(fd, 0600) != 0) {
         err = "cannot create " + path + ": " + strerror(errno);
@@ -758,16 +750,12 @@ Rc createSqliteStore(const std::string& path, const ServerSettings& initial, std
         return RVK_RC_REPOSITORY_ERROR;
     }
     close(fd);
-    sqlite3* db = nullptr;
-    int r = sqlite3_open_v2(tmp.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
-    if (r != SQLITE_OK) {
-        err = "cannot create " + path + ": " + (db ? sqlite3_errmsg(db) : sqlite3_errstr(r));
-        sqlite3_close_v2(db);
-        unlink(tmp.c_str());
-        return RVK_RC_REPOSITORY_ERROR;
-    }
-    std::unique_ptr<SqliteStore> sp(new SqliteStore(db));
-    SqliteStore& s = *sp;
+    return RVK_RC_OK;
+}
+
+// The tables, the first object id, the format and version marks and the
+// initial settings, in one transaction.
+Rc writeNewRepository(SqliteStore& s, const ServerSettings& initial) {
     Rc rc = s.exec("PRAGMA journal_mode = WAL", "set WAL mode");
     if (!rc) rc = s.begin(true);
     if (!rc) rc = s.exec(kSchema, "create tables");
@@ -791,10 +779,77 @@ Rc createSqliteStore(const std::string& path, const ServerSettings& initial, std
         rc = s.writeSetting(kv.first, kv.second);
     }
     if (!rc) rc = s.commit();
-    if (rc) {
-        err = "cannot create " + path + ": " + s.lastError();
-        s.rollback();
+    if (rc) s.rollback();
+    return rc;
+}
+
+}  // namespace
+
+Rc openSqliteStore(const std::string& path, int busyTimeoutMs, std::unique_ptr<Store>& out,
+                   std::string& err) {
+    struct stat st;
+    if (stat(path.c_str(), &st) != 0) {
+        err = "repository " + path + " cannot be opened: " + strerror(errno);
+        return RVK_RC_COMM_FAILURE;
     }
+    if (!S_ISREG(st.st_mode)) {
+        err = "repository " + path + " is not a file";
+        return RVK_RC_COMM_FAILURE;
+    }
+    sqlite3* db = nullptr;
+    if (Rc rc = openDatabase(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX,
+                             "repository " + path + " cannot be opened: ", db, err))
+        return rc;
+    sqlite3_busy_timeout(db, busyTimeoutMs);
+    sqlite3_extended_result_codes(db, 1);
+    std::unique_ptr<SqliteStore> s(new SqliteStore(db));
+    std::string why;
+    if (Rc rc = s->checkFormat(why)) {
+        err = "repository " + path + ": " + why;
+        return rc;
+    }
+    if (Rc rc = s->exec("PRAGMA synchronous = FULL", "set synchronous")) {
+        err = s->lastError();
+        return rc;
+    }
+    // Reads straight from the mapped file instead of a read() per page (a
+    // query walks the name index and fetches each row by id), and a larger
+    // page cache for what is not mapped. Both are only hints: SQLite maps
+    // less, or nothing, where the address space is short.
+    sqlite3_exec(s->db(), "PRAGMA mmap_size = 2147418112", nullptr, nullptr, nullptr);
+    sqlite3_exec(s->db(), "PRAGMA cache_size = -65536", nullptr, nullptr, nullptr);
+    if (st.st_mode & (S_IRWXG | S_IRWXO)) {
+        char mode[8];
+        snprintf(mode, sizeof mode, "%04o", static_cast<unsigned>(st.st_mode & 07777));
+        s->setAccessWarning("repository " + path + " has mode " + mode +
+                            ": other users may read its password hashes and objects (chmod 600 " +
+                            path + ")");
+    }
+    out = std::move(s);
+    return RVK_RC_OK;
+}
+
+Rc createSqliteStore(const std::string& path, const ServerSettings& initial, std::string& err) {
+    struct stat st;
+    if (stat(path.c_str(), &st) == 0) {
+        err = "repository " + path + " already exists";
+        return RVK_RC_INVALID_ARGUMENT;
+    }
+    // Build the repository under a temporary name and link it into place
+    // only when it is complete: no half-made repository is ever visible, and
+    // link() never replaces a repository made meanwhile by someone else.
+    std::string tmp = path + ".new." + std::to_string(getpid());
+    unlink(tmp.c_str());
+    if (Rc rc = makePrivateFile(tmp, path, err)) return rc;
+    sqlite3* db = nullptr;
+    if (openDatabase(tmp, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
+                     "cannot create " + path + ": ", db, err)) {
+        unlink(tmp.c_str());
+        return RVK_RC_REPOSITORY_ERROR;
+    }
+    std::unique_ptr<SqliteStore> sp(new SqliteStore(db));
+    Rc rc = writeNewRepository(*sp, initial);
+    if (rc) err = "cannot create " + path + ": " + sp->lastError();
     // Closing the last connection folds the write-ahead log into the file.
     sp.reset();
     if (!rc && link(tmp.c_str(), path.c_str()) != 0) {

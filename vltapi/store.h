@@ -192,6 +192,23 @@ class Store {
     // object. The default finds it first; a networked store does both in
     // one round trip.
     virtual Rc deleteNodeObject(int64_t nodeId, uint64_t id, ObjectRecord& o, bool& found);
+    // Deletes object `id` of node `nodeId` later in the open transaction,
+    // where the store can: it may hold the deletion back, send it with
+    // others, and read the answer at the commit at the latest. A deletion that
+    // finds nothing there (another session took the object meanwhile) makes
+    // the commit fail with RVK_RC_OBJ_NOT_FOUND and roll back. `log` is the
+    // activity-log row to write with it; the object's file space, high- and
+    // low-level name are appended to its text. `queued` false: the store
+    // did nothing (it cannot tell at once whether the node has the object),
+    // and the caller deletes with deleteNodeObject.
+    virtual Rc queueNodeObjectDeletion(int64_t nodeId, uint64_t id, const ActLogRecord& log,
+                                       bool& queued) {
+        (void)nodeId;
+        (void)id;
+        (void)log;
+        queued = false;
+        return 0;
+    }
     virtual Rc countObjects(int64_t nodeId, uint64_t& n) = 0;
 
     virtual Rc appendData(uint64_t objId, uint32_t seq, const void* data, size_t len) = 0;

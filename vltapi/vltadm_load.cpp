@@ -54,27 +54,58 @@ std::string checkLine(const std::vector<std::string>& f, int64_t& date, uint64_t
     return "";
 }
 
+using FsIds = std::map<std::string, int64_t>;
+
+// The node's file spaces, by name.
+bool readFsIds(Store& store, int64_t nodeId, FsIds& fsIds) {
+    std::vector<FsRecord> existing;
+    if (store.listFileSpaces(nodeId, existing)) return false;
+    for (auto& f : existing) fsIds[f.name] = f.id;
+    return true;
+}
+
+// Inserts the object of one line's fields into `o`'s node, registering
+// its file space when it is new. The reason it failed, or "".
+std::string loadLine(Store& store, const std::vector<std::string>& fields, const std::string& at,
+                     FsIds& fsIds, ObjectRecord& o) {
+    int64_t date = 0;
+    uint64_t size = 0;
+    std::string bad = checkLine(fields, date, size);
+    if (!bad.empty()) return at + bad;
+    auto it = fsIds.find(fields[0]);
+    if (it == fsIds.end()) {
+        FsRecord fs;
+        fs.nodeId = o.nodeId;
+        fs.name = fields[0];
+        fs.regDate = nowDate();
+        if (store.insertFileSpace(fs)) return store.lastError();
+        it = fsIds.emplace(fs.name, fs.id).first;
+    }
+    o.fsId = it->second;
+    o.hl = fields[1];
+    o.ll = fields[2];
+    o.insDate = date;
+    o.size = size;
+    if (store.insertObject(o)) return at + store.lastError();
+    return "";
+}
+
 }  // namespace
 
 int loadObjects(Store& store, const NodeRecord& node, const std::string& owner,
                 const std::string& mgmtClass, std::istream& in, bool progress, std::string& err,
                 uint64_t& loaded) {
     loaded = 0;
-    std::map<std::string, int64_t> fsIds;
-    std::vector<FsRecord> existing;
-    if (store.listFileSpaces(node.id, existing)) {
+    FsIds fsIds;
+    if (!readFsIds(store, node.id, fsIds)) {
         err = store.lastError();
         return 1;
     }
-    for (auto& f : existing) fsIds[f.name] = f.id;
     store.prepareBulkLoad();
     if (store.begin(true)) {
         err = store.lastError();
         return 1;
     }
-    std::string line;
-    std::vector<std::string> fields;
-    uint64_t lineNo = 0;
     ObjectRecord o;
     o.nodeId = node.id;
     o.type = RVK_OBJ_FILE;
@@ -83,42 +114,24 @@ int loadObjects(Store& store, const NodeRecord& node, const std::string& owner,
     auto fail = [&](const std::string& text) {
         store.rollback();
         if (progress) fputc('\n', stderr);
-        err = text;
+        err = text + "; nothing was loaded";
         loaded = 0;
         return 1;
     };
-    while (std::getline(in, line)) {
-        ++lineNo;
+    std::string line;
+    std::vector<std::string> fields;
+    for (uint64_t lineNo = 1; std::getline(in, line); ++lineNo) {
         if (!line.empty() && line.back() == '\r') line.pop_back();
         if (line.empty()) continue;
         splitTabs(line, fields);
-        int64_t date = 0;
-        uint64_t size = 0;
-        std::string bad = checkLine(fields, date, size);
-        if (!bad.empty())
-            return fail("line " + std::to_string(lineNo) + ": " + bad + "; nothing was loaded");
-        auto it = fsIds.find(fields[0]);
-        if (it == fsIds.end()) {
-            FsRecord fs;
-            fs.nodeId = node.id;
-            fs.name = fields[0];
-            fs.regDate = nowDate();
-            if (store.insertFileSpace(fs)) return fail(store.lastError() + "; nothing was loaded");
-            it = fsIds.emplace(fs.name, fs.id).first;
-        }
-        o.fsId = it->second;
-        o.hl = fields[1];
-        o.ll = fields[2];
-        o.insDate = date;
-        o.size = size;
-        if (store.insertObject(o))
-            return fail("line " + std::to_string(lineNo) + ": " + store.lastError() +
-                        "; nothing was loaded");
+        std::string bad =
+            loadLine(store, fields, "line " + std::to_string(lineNo) + ": ", fsIds, o);
+        if (!bad.empty()) return fail(bad);
         ++loaded;
         if (progress && loaded % 65536 == 0)
             fprintf(stderr, "\rvltadm: %llu objects loaded", (unsigned long long)loaded);
     }
-    if (in.bad()) return fail("error reading standard input; nothing was loaded");
+    if (in.bad()) return fail("error reading standard input");
     if (store.commit()) {
         err = store.lastError() + "; nothing was loaded";
         loaded = 0;

@@ -132,17 +132,25 @@ TEST(FaultsChild, Run) {
     EXPECT_EQ(rvkEndTxn(h, RVK_VOTE_ABORT, &reason), RVK_RC_WRONG_STATE);  // nothing was begun
     EXPECT_EQ(rvkBeginTxn(h), RVK_RC_OK);
     EXPECT_EQ(rvkEndTxn(h, RVK_VOTE_ABORT, &reason), RVK_RC_OK);
+    // A refused commit: answered with its reason, and the transaction is over.
+    EXPECT_EQ(rvkBeginTxn(h), RVK_RC_OK);
+    EXPECT_EQ(rvkEndTxn(h, RVK_VOTE_COMMIT, &reason), RVK_RC_CHECK_REASON_CODE);
+    EXPECT_EQ(reason, RVK_RC_SERVER_BUSY);
+    EXPECT_EQ(rvkEndTxn(h, RVK_VOTE_ABORT, &reason), RVK_RC_WRONG_STATE);
+    EXPECT_EQ(rvkBeginTxn(h), RVK_RC_OK);
     rvkCleanUp(RVK_MULTITHREAD);
 }
 
 TEST(Faults, InjectedCallsDoNothing) {
     Repo repo;
     auto r = zebotest::run("VLTAPI_TEST_FAULT_OPTFILE='" + repo.optFile() +
-                           "' RVK_FAULTS='rvkInitEx@1-2=-50, rvkBeginTxn@2=128,bogus@1' '" +
+                           "' RVK_FAULTS='rvkInitEx@1-2=-50, rvkBeginTxn@2=128,bogus@1,"
+                           "rvkEndTxn@4=2302:130,rvkEndTxn@9=2302:x' '" +
                            selfPath() + "' --gtest_filter=FaultsChild.Run");
     EXPECT_EQ(r.status, 0) << r.out << r.err;
     EXPECT_NE(r.out.find("[  PASSED  ] 1 test"), std::string::npos) << r.out;
     EXPECT_NE(r.err.find("ignoring malformed entry 'bogus@1'"), std::string::npos) << r.err;
+    EXPECT_NE(r.err.find("ignoring malformed entry 'rvkEndTxn@9=2302:x'"), std::string::npos);
 }
 
 TEST(Loading, ByBareNameFromAProgramWithoutTheDependencies) {

@@ -5,6 +5,7 @@
 
 #include <set>
 
+#include "api/backupquery.h"
 #include "rvkapi.h"
 #include "vltapi/vltapi_testenv.h"
 
@@ -134,12 +135,7 @@ TEST_F(Query, ProtocolErrors) {
     EXPECT_EQ(rvkGetNextQObj(h, &blk), RVK_RC_WRONG_STATE);
     EXPECT_EQ(rvkEndQuery(h), RVK_RC_WRONG_STATE);
 
-    rvkObjName name;
-    memset(&name, 0, sizeof name);
-    strcpy(name.fs, "*");
-    strcpy(name.hl, "*");
-    strcpy(name.ll, "*");
-    name.objType = RVK_OBJ_ANY;
+    rvkObjName name = BackupQuery::objectName("*", "*", "*", RVK_OBJ_ANY);
     rvkQryBackupData q;
     memset(&q, 0, sizeof q);
     q.stVersion = 1;

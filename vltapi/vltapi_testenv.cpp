@@ -8,6 +8,8 @@
 
 #include <memory>
 
+#include "api/backupquery.h"
+
 namespace vltest {
 
 std::string vltadmPath() {
@@ -181,32 +183,12 @@ QueryResult query(uint32_t handle, const std::string& fs, const std::string& hl,
                   const std::string& ll, uint8_t state, rvkDate pit, const char* owner,
                   uint8_t type) {
     QueryResult res;
-    rvkObjName name;
-    memset(&name, 0, sizeof name);
-    snprintf(name.fs, sizeof name.fs, "%s", fs.c_str());
-    snprintf(name.hl, sizeof name.hl, "%s", hl.c_str());
-    snprintf(name.ll, sizeof name.ll, "%s", ll.c_str());
-    name.objType = type;
-    rvkQryBackupData q;
-    memset(&q, 0, sizeof q);
-    q.stVersion = RVK_QRYBACKUPDATA_VERSION;
-    q.objName = &name;
-    q.owner = const_cast<char*>(owner);
-    q.objState = state;
-    q.pitDate = pit;
-    res.beginRc = rvkBeginQuery(handle, RVK_QRY_BACKUP, &q);
+    rvkObjName name = BackupQuery::objectName(fs.c_str(), hl.c_str(), ll.c_str(), type);
+    BackupQuery cursor(BackupQuery::library(), handle);
+    res.beginRc = static_cast<int16_t>(cursor.begin(&name, state, const_cast<char*>(owner), pit));
     if (res.beginRc != RVK_RC_OK) return res;
-    rvkQryRespBackup resp;
-    rvkDataBlk blk;
-    memset(&blk, 0, sizeof blk);
-    blk.stVersion = RVK_DATABLK_VERSION;
-    blk.bufferLen = sizeof resp;
-    blk.bufferPtr = reinterpret_cast<char*>(&resp);
-    for (;;) {
-        memset(&resp, 0, sizeof resp);
-        resp.stVersion = RVK_QRYRESPBACKUP_VERSION;
-        res.lastRc = rvkGetNextQObj(handle, &blk);
-        if (res.lastRc != RVK_RC_MORE_DATA) break;
+    while (cursor.next() == RVK_RC_MORE_DATA) {
+        const rvkQryRespBackup& resp = cursor.object();
         Obj o;
         o.id = (static_cast<uint64_t>(resp.objId.hi) << 32) | resp.objId.lo;
         o.fs = resp.objName.fs;
@@ -219,7 +201,8 @@ QueryResult query(uint32_t handle, const std::string& fs, const std::string& hl,
         o.type = resp.objName.objType;
         res.objects.push_back(o);
     }
-    EXPECT_EQ(rvkEndQuery(handle), RVK_RC_OK);
+    res.lastRc = static_cast<int16_t>(cursor.lastRc());
+    EXPECT_EQ(cursor.end(), RVK_RC_OK);
     return res;
 }
 

@@ -9,6 +9,10 @@ bool hasWildcard(const std::string& p) {
 // Iterative matcher with one back-track point: linear in practice, and no
 // recursion that a long pattern of stars could blow up.
 bool wildcardMatch(const std::string& p, const std::string& t) {
+    // A name followed by one "*" (a query's usual "/*") is a prefix test.
+    const size_t firstWild = p.find_first_of("*?");
+    if (firstWild + 1 == p.size() && p[firstWild] == '*')
+        return t.size() >= firstWild && t.compare(0, firstWild, p, 0, firstWild) == 0;
     size_t pi = 0, ti = 0, starP = std::string::npos, starT = 0;
     while (ti < t.size()) {
         if (pi < p.size() && (p[pi] == '?' || p[pi] == t[ti])) {

@@ -1,6 +1,5 @@
 // Black-box runs of the built zebopasswd against a scratch installation.
 #include <gtest/gtest.h>
-#include <string.h>
 #include <sys/stat.h>
 
 #include <regex>
@@ -39,12 +38,7 @@ TEST_F(ZebopasswdTest, StoresAVerifiedPasswordThatTheAgentReadsBack) {
     // Twelve characters: the header and two records.
     EXPECT_EQ(57, zebotest::fileSize(passwordFile()));
 
-    ASSERT_EQ(0, agenttest::loadClientLibrary());
-    ASSERT_EQ(0, agenttest::setUpApi(install_.path(""), install_.logDir()));
-    AgentContext context = AgentContext();
-    strcpy(context.optValue[OPT_ZEBO_NODE], agenttest::nodeName());
-    snprintf(context.optValue[OPT_ZEBO_PSWDPATH], ZEBO_OPT_VALUE_SIZE, "%s",
-             install_.path("").c_str());
+    AgentContext context = install_.passwordContext();
     char password[ZEBO_PSWD_BUFFER_SIZE];
     ASSERT_EQ(0, psReadPswd(password, &context));
     EXPECT_STREQ(agenttest::nodePassword(), password);
@@ -88,19 +82,6 @@ TEST_F(ZebopasswdTest, NothingIsWrittenWithoutAUsableInstallationKey) {
     EXPECT_EQ(stored, readFile(passwordFile()));
     EXPECT_NE(std::string::npos,
               readFile(install_.logDir() + "/zeboerror.log").find("may be read by others"));
-}
-
-TEST_F(ZebopasswdTest, LogOnIsRetriedWhileTheServerIsUnreachable) {
-    EXPECT_EQ(0,
-              zebopasswd(optArg(), twice(agenttest::nodePassword()), "RVK_FAULTS=rvkInitEx@1-4=-50")
-                  .status);
-    ASSERT_TRUE(zebotest::fileExists(passwordFile()));
-    zebotest::writeFile(passwordFile(), "old");
-    RunResult r =
-        zebopasswd(optArg(), twice(agenttest::nodePassword()), "RVK_FAULTS=rvkInitEx@1-5=-50");
-    EXPECT_EQ(1, r.status);
-    EXPECT_NE(std::string::npos, r.err.find("rc = -50")) << r.err;
-    EXPECT_EQ("old", readFile(passwordFile()));
 }
 
 TEST_F(ZebopasswdTest, UnusableCommandLinesAndOptionFilesAreRefused) {

@@ -3,7 +3,7 @@
 #include <stdlib.h>
 #include <string.h>
 
-void* (*nlsReallocSeam)(void* block, size_t size) = realloc;
+#include "common/unx/psenv.h"
 
 namespace {
 const size_t kKB = 1024;
@@ -13,7 +13,7 @@ const size_t kStep = 4096;
 nlsBuffer::nlsBuffer(unsigned sizeKB, size_t charSize)
     : data_(nullptr), capacityKB_(0), length_(0) {
     unsigned kb = sizeKB > INIT_SIZE_KB ? sizeKB : INIT_SIZE_KB;
-    data_ = nlsReallocSeam(nullptr, kb * kKB);
+    data_ = psAllocator.reallocFn(nullptr, kb * kKB);
     if (!data_) return;
     capacityKB_ = kb;
     // The text starts empty, so clearing its first character is all the
@@ -22,16 +22,16 @@ nlsBuffer::nlsBuffer(unsigned sizeKB, size_t charSize)
 }
 
 nlsBuffer::~nlsBuffer() {
-    free(data_);
+    psAllocator.freeFn(data_);
 }
 
 bool nlsBuffer::reserve(size_t count, size_t charSize) {
     size_t needed = (length_ + count + 1) * charSize;
     if (data_ && capacityKB_ * kKB >= needed) return true;
     size_t bytes = (needed / kStep + 1) * kStep;
-    void* grown = nlsReallocSeam(data_, bytes);
+    void* grown = psAllocator.reallocFn(data_, bytes);
     if (!grown) {
-        free(data_);
+        psAllocator.freeFn(data_);
         data_ = nullptr;
         capacityKB_ = 0;
         length_ = 0;

@@ -6,16 +6,13 @@
 // (capacity and length 0): the message is then lost, not cut, and a later
 // append may succeed again.
 //
-// Thread safety: one buffer per caller; no shared state but the allocator
-// seam, which tests set while single-threaded.
+// Thread safety: one buffer per caller; no shared state. Memory comes from
+// the program's allocator (psAllocator), which tests make fail.
 #ifndef ZEBO_COMMON_NLS_NLSBUFFER_H
 #define ZEBO_COMMON_NLS_NLSBUFFER_H
 
 #include <stddef.h>
 #include <wchar.h>
-
-// The reallocation behind every buffer (realloc); tests make it fail.
-extern void* (*nlsReallocSeam)(void* block, size_t size);
 
 class nlsBuffer {
   public:

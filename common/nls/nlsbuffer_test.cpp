@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "testing/seam.h"
+
 namespace {
 
 int gReallocCalls = 0;
@@ -21,9 +23,8 @@ class NlsBufferTest : public ::testing::Test {
     void SetUp() override {
         gReallocCalls = 0;
         gFailAt = 0;
-        nlsReallocSeam = countingRealloc;
     }
-    void TearDown() override { nlsReallocSeam = realloc; }
+    zebotest::ScopedSeam<void* (*)(void*, size_t)> realloc_{psAllocator.reallocFn, countingRealloc};
 };
 
 TEST_F(NlsBufferTest, GrowsInWholeFourKilobyteStepsOnlyWhenFull) {

@@ -3,6 +3,7 @@
 
 #include "common/nls/nlscatalog.h"
 #include "common/nls/nlsobject.h"
+#include "common/unx/psenv.h"
 #include "common/ut/trace.h"
 
 namespace {
@@ -73,7 +74,7 @@ NLSMsg* nlsObject_t::GetMsg(unsigned number) {
         NLSMsg* oldest = (*ring)->prev;
         TRACE(TR_NLS, "Deleting message: %d from the cache.\n", static_cast<int>(oldest->number));
         DeleteList(ring, oldest);
-        free(oldest);
+        psAllocator.freeFn(oldest);
     }
     TRACE(TR_NLS, "Adding message: %d to the cache.\n", static_cast<int>(number));
     nlsAssert(msg->next == nullptr, "nlsMsgP->next == __null");
@@ -87,7 +88,7 @@ void nlsObject_t::FlushCache() {
         while (NLSMsg* m = *ring) {
             TRACE(TR_NLS, "Flushing cache entry for message: %d\n", static_cast<int>(m->number));
             DeleteList(ring, m);
-            free(m);
+            psAllocator.freeFn(m);
         }
     }
 }

@@ -8,6 +8,7 @@
 
 #include "common/nls/nlsdecode.h"
 #include "common/nls/nlssignature.h"
+#include "common/unx/psenv.h"
 #include "common/ut/trace.h"
 
 nlCatgetsFn nlCatgetsSeam = catgets;
@@ -133,7 +134,7 @@ NLSMsg* nlReadMessage(nlsObject_t* obj, unsigned number) {
     if (status == NL_DECODE_OK && !nlSignatureAccepted(cat, msg)) {
         // Formatting it would read arguments that the caller never passed.
         TRACE(TR_NLS, "Message %u does not take the program's arguments\n", number);
-        free(msg);
+        psAllocator.freeFn(msg);
         msg = nullptr;
         status = NL_DECODE_CORRUPTED;
     }

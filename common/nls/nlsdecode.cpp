@@ -6,9 +6,9 @@
 
 #include <string>
 
-const char kNlDefaultText[] = "QES1111M Error retrieving message %d from rvkclientV3.cat.\n";
+#include "common/unx/psenv.h"
 
-void* (*nlMsgAlloc)(size_t size) = malloc;
+const char kNlDefaultText[] = "QES1111M Error retrieving message %d from rvkclientV3.cat.\n";
 
 namespace {
 
@@ -179,7 +179,7 @@ nlDecodeStatus nlDecodeCatalogText(unsigned number, const char* text, NLSMsg** o
     // The display code page is the catalog's own on this platform, so the
     // conversion that msgReposCodepage asks for leaves the body as it is.
 
-    NLSMsg* msg = static_cast<NLSMsg*>(nlMsgAlloc(sizeof(NLSMsg) + work.size() + 20));
+    NLSMsg* msg = static_cast<NLSMsg*>(psAllocator.mallocFn(sizeof(NLSMsg) + work.size() + 20));
     if (!msg) return NL_DECODE_NO_MEMORY;
     memset(msg, 0, sizeof(NLSMsg));
     msg->number = static_cast<unsigned short>(number);

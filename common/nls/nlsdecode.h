@@ -14,6 +14,7 @@
 
 #include <stddef.h>
 
+#include "common/nls/nlsconv.h"
 #include "common/nls/nlsobject.h"
 
 // catgets returns this text when a message is missing; a catalog text equal
@@ -28,11 +29,9 @@ enum nlDecodeStatus {
     NL_DECODE_NO_MEMORY,
 };
 
-// Parses `text` into a fresh NLSMsg (allocated with nlMsgAlloc, links null).
+// Parses `text` into a fresh NLSMsg (allocated with psAllocator, links
+// null; released with its freeFn).
 nlDecodeStatus nlDecodeCatalogText(unsigned number, const char* text, NLSMsg** out);
-
-// The allocator of parsed messages (malloc); tests make it fail.
-extern void* (*nlMsgAlloc)(size_t size);
 
 // Where the form byte of a stored body starts: after the nine-character
 // prefix for K I W E S, at 0 otherwise.
@@ -40,10 +39,7 @@ size_t nlBodyStart(const NLSMsg* msg);
 
 enum { NL_MAX_INSERTS = 15 };
 
-// Most digits of a width or precision in a catalog text. The longest message
-// is a few thousand characters; a wider field only pads, and a width of a
-// billion would keep sprintf padding for seconds on every use.
-enum { NL_MAX_FIELD_DIGITS = 4 };
+// NL_MAX_FIELD_DIGITS (nlsconv.h) bounds a width or precision.
 
 // The ordered form after decoding.
 struct nlOrderedView {

@@ -13,6 +13,7 @@
 #include "common/nls/nlstestutil.h"
 #include "common/thrd/psmutex.h"
 #include "common/ut/testflags.h"
+#include "testing/seam.h"
 
 namespace {
 
@@ -108,7 +109,8 @@ TEST_F(NlsFormatTest, MissingCorruptedAndRetiredMessages) {
 }
 
 TEST_F(NlsFormatTest, NoMemoryForAMessageIsReportedWithoutLogging) {
-    nlMsgAlloc = [](size_t) -> void* { return nullptr; };
+    zebotest::ScopedSeam<void* (*)(size_t)> noMemory(psAllocator.mallocFn,
+                                                     [](size_t) -> void* { return nullptr; });
     nlMsg(3, 1, "x");
     ASSERT_EQ(1u, captured().size());
     EXPECT_EQ("QES0109E Insufficient memory for allocation of message structure.\n",

@@ -4,6 +4,7 @@
 #include <ctype.h>
 #include <string.h>
 
+#include "common/nls/nlsconv.h"
 #include "common/nls/nlsdecode.h"
 
 namespace {
@@ -43,69 +44,19 @@ size_t bound = 0;
 Table override = {nullptr, 0};
 bool overridden = false;
 
-// The letter for one conversion of a printf text, or 0 when the repository
-// does not format it. `length` is the length modifier ("", "h", "l", ...).
-char printfLetter(char conv, const std::string& length) {
-    bool word = length.empty() || length == "h" || length == "hh";
-    bool wide = length == "l" || length == "ll" || length == "j" || length == "z" ||
-                length == "t" || length == "q";
-    switch (conv) {
-        case 's':
-            return length.empty() ? 's' : length == "l" ? 'w' : 0;
-        case 'p':
-            return length.empty() ? 's' : 0;
-        case 'c':
-            return length.empty() ? 'i' : 0;
-        case 'd':
-        case 'i':
-            return word ? 'i' : wide ? 'l' : 0;
-        case 'o':
-        case 'u':
-        case 'x':
-        case 'X':
-            return word ? 'u' : wide ? 'l' : 0;
-        case 'e':
-        case 'E':
-        case 'f':
-        case 'F':
-        case 'g':
-        case 'G':
-        case 'a':
-        case 'A':
-            return length.empty() || length == "l" ? 'f' : 0;
-        default:
-            return 0;
-    }
-}
-
-bool printfSignature(const char* p, std::string* sig) {
-    while ((p = strchr(p, '%')) != nullptr) {
-        ++p;
-        if (*p == '%') {
-            ++p;
+// The arguments of a printf text; false when it holds a conversion that
+// the repository never formats.
+bool printfSignature(const std::string& text, std::string* sig) {
+    for (size_t p = text.find('%'); p != std::string::npos; p = text.find('%', p)) {
+        if (p + 1 < text.size() && text[p + 1] == '%') {
+            p += 2;
             continue;
         }
-        while (*p && strchr("-+ #0'", *p)) ++p;
-        for (int part = 0; part < 2; ++part) {
-            if (part == 1) {
-                if (*p != '.') break;
-                ++p;
-            }
-            if (*p == '*') {
-                sig->push_back('i');
-                ++p;
-            } else {
-                size_t digits = strspn(p, "0123456789");
-                p += digits;
-                if (*p == '$') return false;                     // positional: not in a printf text
-                if (digits > NL_MAX_FIELD_DIGITS) return false;  // see nlsdecode.h
-            }
-        }
-        std::string length;
-        while (*p && strchr("hlLjztq", *p)) length.push_back(*p++);
-        char letter = *p ? printfLetter(*p++, length) : 0;
-        if (letter == 0) return false;
-        sig->push_back(letter);
+        NlConversion c;
+        nlScanConversion(text, &p, &c);
+        if (c.positional || c.longField || c.letter == 0) return false;
+        sig->append(static_cast<size_t>(c.stars), 'i');
+        sig->push_back(c.letter);
     }
     return true;
 }

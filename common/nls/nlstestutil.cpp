@@ -52,7 +52,6 @@ void NlsTest::SetUp() {
     gCaptured.clear();
     gOutputUnderLock = false;
     nlCatgetsSeam = catgets;
-    nlMsgAlloc = malloc;
     ScheduleMode = 0;
     nlSetScheduleLog(nullptr);
     setLang("C");
@@ -62,7 +61,6 @@ void NlsTest::TearDown() {
     nlFreeRepository();
     nlSetSignatures(nullptr, 0);
     nlCatgetsSeam = catgets;
-    nlMsgAlloc = malloc;
     ScheduleMode = 0;
     nlSetScheduleLog(nullptr);
     setLang("C");

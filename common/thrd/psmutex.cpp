@@ -86,19 +86,29 @@ pkMutex* pkMutexCreate() {
     return m;
 }
 
-int pkMutexAcquire(pkMutex* m) {
+// Takes the wrapper for the caller: once more when it holds it already,
+// else through `lock`; `failure` is the trace line of a lock that failed.
+static int pkTake(pkMutex* m, int (*lock)(pthread_mutex_t*), const char* failure) {
     if (pkOwnedByCaller(m)) {
         m->count++;
         return 0;
     }
-    int rc = psMutexLock(&m->mutex);
+    int rc = lock(&m->mutex);
     if (rc != 0) {
-        TRACE(TR_THREAD, "Acquire Mutex failed.\n");
+        TRACE(TR_THREAD, "%s", failure);
         return rc;
     }
     m->count = 1;
     m->owner = pthread_self();
     return 0;
+}
+
+static int pkTryLock(pthread_mutex_t* mutex) {
+    return psLockingOff() ? 0 : pthread_mutex_trylock(mutex);
+}
+
+int pkMutexAcquire(pkMutex* m) {
+    return pkTake(m, psMutexLock, "Acquire Mutex failed.\n");
 }
 
 int pkMutexRelease(pkMutex* m) {
@@ -113,18 +123,7 @@ int pkMutexRelease(pkMutex* m) {
 }
 
 int pkMutexTry(pkMutex* m) {
-    if (pkOwnedByCaller(m)) {
-        m->count++;
-        return 0;
-    }
-    int rc = psLockingOff() ? 0 : pthread_mutex_trylock(&m->mutex);
-    if (rc != 0) {
-        TRACE(TR_THREAD, "Try Mutex failed: .\n");
-        return rc;
-    }
-    m->count = 1;
-    m->owner = pthread_self();
-    return 0;
+    return pkTake(m, pkTryLock, "Try Mutex failed: .\n");
 }
 
 int pkMutexDestroy(pkMutex* m) {

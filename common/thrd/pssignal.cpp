@@ -45,6 +45,7 @@ void psTrapHandler(int signo) {
     // abort raises SIGABRT, which is trapped too: restore the default so that
     // the process really ends with a core.
     signal(SIGABRT, SIG_DFL);
+    trFlush();
     abort();
 }
 

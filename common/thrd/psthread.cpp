@@ -7,24 +7,15 @@
 #include <unistd.h>
 
 #include "common/thrd/psmutex.h"
+#include "common/unx/psenv.h"
 #include "common/ut/instr.h"
 #include "common/ut/trace.h"
 
-static void psRealClock(long* seconds, long* microseconds) {
-    struct timeval now;
-    gettimeofday(&now, nullptr);
-    *seconds = now.tv_sec;
-    *microseconds = now.tv_usec;
-}
-
-static psClockFn psClock = psRealClock;
-
-void psSetClock(psClockFn clock) {
-    psClock = clock ? clock : psRealClock;
-}
-
 void psGetTimeOfDay(long* seconds, long* microseconds) {
-    psClock(seconds, microseconds);
+    struct timespec now;
+    psClock(&now);
+    *seconds = now.tv_sec;
+    *microseconds = now.tv_nsec / 1000;
 }
 
 int psThreadNumber() {

@@ -33,13 +33,9 @@ int psSignalSetup(psSignalSets* sets);  // 0 or -1
 void psTrapHandler(int signo);
 int psWaitShutdown(psSignalSets* sets);  // 0 after a shutdown signal, -1 on failure
 
-// Time of day in seconds and microseconds, from the clock set below.
+// Time of day in seconds and microseconds, from the program's clock
+// (psClock, common/unx/psenv.h).
 void psGetTimeOfDay(long* seconds, long* microseconds);
-
-// The clock behind psGetTimeOfDay (gettimeofday by default). Tests install a
-// clock of their own to make timings exact; null restores the default.
-typedef void (*psClockFn)(long* seconds, long* microseconds);
-void psSetClock(psClockFn clock);
 
 // The calling thread's number as trace lines and reports show it (the
 // kernel's thread id: small, unique while the thread lives, and the same

@@ -7,7 +7,7 @@
 #include <time.h>
 
 #include "common/unx/nlsfmt.h"
-#include "common/unx/nlsseam.h"
+#include "common/unx/psenv.h"
 
 namespace {
 
@@ -77,7 +77,7 @@ void setDate(nlDateTime* out, long year, int month, int day) {
 
 void localNow(struct tm* local) {
     struct timespec now;
-    nlClockSeam(&now);
+    psClock(&now);
     time_t secs = now.tv_sec;
     if (localtime_r(&secs, local) == nullptr) {
         memset(local, 0, sizeof *local);

@@ -8,6 +8,7 @@
 #include <time.h>
 
 #include "common/unx/nlsseam.h"
+#include "common/unx/psenv.h"
 
 int date_fmt = 1;
 int time_fmt = 1;
@@ -220,25 +221,46 @@ void copyOut(char* dest, size_t size, const char* src) {
 
 }  // namespace
 
+namespace {
+
+// The texts of the last second asked for, per thread: the trace stamps
+// every line with them, and localtime_r and strftime would otherwise be the
+// dearest part of a trace line. Kept with the layouts they were made with.
+struct SecondTexts {
+    time_t secs = -1;
+    char dateFormat[sizeof date_fmt_str] = "";
+    char timeFormat[sizeof time_fmt_str] = "";
+    char date[16] = "";
+    char time[16] = "";
+};
+
+thread_local SecondTexts lastSecond;
+
+void formatSecond(time_t secs, SecondTexts* out) {
+    struct tm local;
+    if (localtime_r(&secs, &local) == nullptr) memset(&local, 0, sizeof local);
+    if (strftime(out->date, sizeof out->date, date_fmt_str, &local) == 0) out->date[0] = '\0';
+    // Two-digit-year dates are padded so prefixes line up a little better.
+    if (strlen(out->date) < 9) strcat(out->date, " ");
+    char fmt[32];
+    withAmPm(time_fmt_str, local.tm_hour, fmt, sizeof fmt);
+    if (strftime(out->time, sizeof out->time, fmt, &local) == 0) out->time[0] = '\0';
+    out->secs = secs;
+    memcpy(out->dateFormat, date_fmt_str, sizeof out->dateFormat);
+    memcpy(out->timeFormat, time_fmt_str, sizeof out->timeFormat);
+}
+
+}  // namespace
+
 void nlDateTimeNow(char* dateText, size_t dateSize, char* timeText, size_t timeSize,
                    unsigned long* milliseconds) {
     struct timespec now;
-    nlClockSeam(&now);
-    struct tm local;
-    time_t secs = now.tv_sec;
-    if (localtime_r(&secs, &local) == nullptr) memset(&local, 0, sizeof local);
-
-    char date[16];
-    if (strftime(date, sizeof date, date_fmt_str, &local) == 0) date[0] = '\0';
-    // Two-digit-year dates are padded so prefixes line up a little better.
-    if (strlen(date) < 9) strcat(date, " ");
-    copyOut(dateText, dateSize, date);
-
-    char fmt[32];
-    withAmPm(time_fmt_str, local.tm_hour, fmt, sizeof fmt);
-    char timeBuf[16];
-    if (strftime(timeBuf, sizeof timeBuf, fmt, &local) == 0) timeBuf[0] = '\0';
-    copyOut(timeText, timeSize, timeBuf);
-
+    psClock(&now);
+    SecondTexts& last = lastSecond;
+    if (last.secs != now.tv_sec || strcmp(last.dateFormat, date_fmt_str) != 0 ||
+        strcmp(last.timeFormat, time_fmt_str) != 0)
+        formatSecond(now.tv_sec, &last);
+    copyOut(dateText, dateSize, last.date);
+    copyOut(timeText, timeSize, last.time);
     if (milliseconds != nullptr) *milliseconds = static_cast<unsigned long>(now.tv_nsec / 1000000);
 }

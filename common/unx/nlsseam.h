@@ -1,7 +1,7 @@
-// Seams of the locale layer: the two operating-system effects it depends on,
-// the locale's layout strings (nl_langinfo) and the wall clock. Tests replace
-// the pointers to drive locales that no installed locale provides and to fix
-// the time; production code never touches them.
+// The seam of the locale layer: the locale's layout strings (nl_langinfo).
+// Tests replace the pointer to drive locales that no installed locale
+// provides; production code never touches it. The layer's clock is the
+// program's (psClock, psenv.h).
 //
 // Thread safety: the pointers are plain globals, meant to be set while the
 // process is single-threaded (start-up, or a test body).
@@ -9,18 +9,13 @@
 #define ZEBO_COMMON_UNX_NLSSEAM_H
 
 #include <langinfo.h>
-#include <time.h>
 
 // Returns the current locale's text for one langinfo item (never null).
 typedef const char* (*NlLangInfoFn)(nl_item item);
-// Fills the current wall-clock time.
-typedef void (*NlClockFn)(struct timespec* now);
 
 extern NlLangInfoFn nlLangInfoSeam;  // default: nl_langinfo
-extern NlClockFn nlClockSeam;        // default: clock_gettime(CLOCK_REALTIME)
 
-// The defaults, so a test can restore them.
+// The default, so a test can restore it.
 const char* nlDefaultLangInfo(nl_item item);
-void nlDefaultClock(struct timespec* now);
 
 #endif

@@ -9,15 +9,10 @@
 namespace nlstest {
 
 std::map<nl_item, std::string> fakeItems;
-struct timespec fixedNow;
 
 const char* fakeLangInfo(nl_item item) {
     auto it = fakeItems.find(item);
     return it != fakeItems.end() ? it->second.c_str() : nl_langinfo(item);
-}
-
-void fixedClock(struct timespec* now) {
-    *now = fixedNow;
 }
 
 time_t utc(int year, int month, int day, int hour, int minute, int second) {
@@ -40,8 +35,8 @@ void LocaleTest::SetUp() {
 }
 
 void LocaleTest::TearDown() {
-    nlLangInfoSeam = nlDefaultLangInfo;
-    nlClockSeam = nlDefaultClock;
+    langInfo_.reset();
+    clock_.reset();
     fakeItems.clear();
     setlocale(LC_ALL, "C");
     nlSetDateFormat(1);
@@ -61,13 +56,11 @@ void LocaleTest::useLocale(const char* name) {
 
 void LocaleTest::fakeLocale(std::map<nl_item, std::string> items) {
     fakeItems = std::move(items);
-    nlLangInfoSeam = fakeLangInfo;
+    langInfo_.emplace(nlLangInfoSeam, fakeLangInfo);
 }
 
 void LocaleTest::fixClock(time_t secs, long nanos) {
-    fixedNow.tv_sec = secs;
-    fixedNow.tv_nsec = nanos;
-    nlClockSeam = fixedClock;
+    clock_.emplace(secs, nanos);
 }
 
 }  // namespace nlstest

@@ -9,17 +9,17 @@
 #include <time.h>
 
 #include <map>
+#include <optional>
 #include <string>
+
+#include "common/unx/nlsseam.h"
+#include "testing/seam.h"
 
 namespace nlstest {
 
 // Items answered by the fake langinfo; others go to the real nl_langinfo.
 extern std::map<nl_item, std::string> fakeItems;
 const char* fakeLangInfo(nl_item item);
-
-// The instant the fixed clock reports.
-extern struct timespec fixedNow;
-void fixedClock(struct timespec* now);
 
 // Seconds since the epoch of a UTC date and time.
 time_t utc(int year, int month, int day, int hour, int minute, int second);
@@ -36,6 +36,8 @@ class LocaleTest : public ::testing::Test {
     void fixClock(time_t secs, long nanos);
 
   private:
+    std::optional<zebotest::ScopedSeam<NlLangInfoFn>> langInfo_;
+    std::optional<zebotest::FixedClock> clock_;
     std::string oldTz_;
     bool hadTz_ = false;
 };

@@ -8,6 +8,7 @@
 
 #include "common/thrd/psmutex.h"
 #include "common/thrd/psthread.h"
+#include "testing/seam.h"
 #include "testing/testutil.h"
 
 namespace {
@@ -16,9 +17,9 @@ using zebotest::readFile;
 
 // A clock that moves only when a test says so.
 long fakeSec = 1000, fakeUsec = 0;
-void fakeClock(long* sec, long* usec) {
-    *sec = fakeSec;
-    *usec = fakeUsec;
+void fakeClock(struct timespec* now) {
+    now->tv_sec = fakeSec;
+    now->tv_nsec = fakeUsec * 1000;
 }
 void advance(long ms) {
     fakeUsec += ms * 1000;
@@ -42,16 +43,13 @@ class InstrTest : public ::testing::Test {
     void SetUp() override {
         fakeSec = 1000;
         fakeUsec = 0;
-        psSetClock(fakeClock);
         reportPath = dir.path() + "/rvkinstr.report.p" + std::to_string(getpid());
     }
-    void TearDown() override {
-        instrTerm();
-        psSetClock(nullptr);
-    }
+    void TearDown() override { instrTerm(); }
     std::string report() { return readFile(reportPath); }
     zebotest::TempDir dir;
     std::string reportPath;
+    zebotest::ScopedSeam<PsClockFn> clock_{psClock, fakeClock};
 };
 
 TEST_F(InstrTest, ReportAccountsNestedCategories) {
@@ -144,7 +142,7 @@ TEST_F(InstrTest, MismatchedEndSuspendsTheEngine) {
 }
 
 TEST_F(InstrTest, SleepAndConditionWaitsAreAccounted) {
-    psSetClock(nullptr);
+    zebotest::ScopedSeam<PsClockFn> realClock(psClock, psSystemClock);
     psThreadingInit(1);
     ASSERT_EQ(0, instrInit((dir.path() + "/x").c_str(), INSTR_CLASS_DETAIL, 0));
     instrStart(INSTR_CLASS_DETAIL);

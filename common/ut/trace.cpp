@@ -63,8 +63,39 @@ static void trDefaultThreadId(char* idText, size_t idSize, char* firstLine, size
     firstLine[0] = '\0';
 }
 
+// Appends `text` padded with blanks to `width` at out[used] (`size` bytes in
+// all, NUL included) and returns the new length: "%-*s" without the cost of
+// a format for every trace line. Cut at the end of the buffer.
+static size_t trAppendPadded(char* out, size_t size, size_t used, const char* text, size_t width) {
+    size_t n = strlen(text);
+    size_t pad = n < width ? width - n : 0;
+    if (used + n + pad >= size) return used;
+    memcpy(out + used, text, n);
+    memset(out + used + n, ' ', pad);
+    used += n + pad;
+    out[used] = '\0';
+    return used;
+}
+
+// "%*lu" with a width of `width`, appended the same way.
+static size_t trAppendNumber(char* out, size_t size, size_t used, unsigned long value,
+                             size_t width) {
+    char digits[24];
+    size_t n = sizeof digits - 1;
+    digits[n] = '\0';
+    do {
+        digits[--n] = (char)('0' + value % 10);
+        value /= 10;
+    } while (value != 0);
+    size_t len = sizeof digits - 1 - n;
+    size_t pad = len < width ? width - len : 0;
+    if (used + pad >= size) return used;
+    memset(out + used, ' ', pad);
+    return trAppendPadded(out, size, used + pad, digits + n, 0);
+}
+
 // Puts the configured prefix before a finished text and writes both.
-static void trWriteLine(const char* text, size_t textLen) {
+static void trWriteLine(const char* text, size_t textLen, bool urgent = false) {
     TraceObject& t = traceObj;
     if (!t.stream) return;
     char prefix[TR_PREFIX_SIZE + 1];
@@ -81,7 +112,15 @@ static void trWriteLine(const char* text, size_t textLen) {
         char date[16], time[16];
         unsigned long ms = 0;
         nlDateTimeNow(date, sizeof date, time, sizeof time, &ms);
-        snprintf(part, sizeof part, "%s %s.%03lu ", date, time, ms);
+        // "%s %s.%03lu " of date, time and milliseconds (below 1000).
+        char milli[4] = {(char)('0' + ms / 100 % 10), (char)('0' + ms / 10 % 10),
+                         (char)('0' + ms % 10), '\0'};
+        size_t n = trAppendPadded(part, sizeof part, 0, date, 0);
+        n = trAppendPadded(part, sizeof part, n, " ", 0);
+        n = trAppendPadded(part, sizeof part, n, time, 0);
+        n = trAppendPadded(part, sizeof part, n, ".", 0);
+        n = trAppendPadded(part, sizeof part, n, milli, 0);
+        trAppendPadded(part, sizeof part, n, " ", 0);
         add(part);
     }
     if (TR_PID) {
@@ -94,12 +133,12 @@ static void trWriteLine(const char* text, size_t textLen) {
         part[0] = '\0';
         trThreadIdRoutine routine = t.threadIdRoutine ? t.threadIdRoutine : trDefaultThreadId;
         routine(part, sizeof part, firstLine, sizeof firstLine);
-        if (firstLine[0]) trWriteOut(prefix, used, firstLine, strlen(firstLine));
+        if (firstLine[0]) trWriteOut(prefix, used, firstLine, strlen(firstLine), false);
         add(part);
     }
     if (TR_CLIENTTYPE) add(trClientTag(t.clientType));
     if (TR_TIMESTAMP || TR_PID || TR_TID) add(": ");
-    trWriteOut(prefix, used, text, textLen);
+    trWriteOut(prefix, used, text, textLen, urgent);
 }
 
 static const char* trBaseName(const char* file) {
@@ -108,22 +147,41 @@ static const char* trBaseName(const char* file) {
     return slash ? slash + 1 : file;
 }
 
-int trPrintf(const char* file, unsigned line, const char* fmt, ...) {
+static int trVPrintf(bool urgent, const char* file, unsigned line, const char* fmt, va_list args) {
     int savedErrno = errno;
     if (!trIsActive()) return 0;
     char buf[TR_LINE_SIZE];
     size_t used = 0;
-    if (TR_PREFIX) used = (size_t)snprintf(buf, sizeof buf, "%-20s(%4u): ", trBaseName(file), line);
+    if (TR_PREFIX) {
+        // "%-20s(%4u): " of the source file's name and the line.
+        used = trAppendPadded(buf, sizeof buf, 0, trBaseName(file), 20);
+        used = trAppendPadded(buf, sizeof buf, used, "(", 0);
+        used = trAppendNumber(buf, sizeof buf, used, line, 4);
+        used = trAppendPadded(buf, sizeof buf, used, "): ", 0);
+    }
     if (used >= sizeof buf) used = sizeof buf - 1;
-    va_list args;
-    va_start(args, fmt);
     int n = vsnprintf(buf + used, sizeof buf - used, fmt, args);
-    va_end(args);
     size_t textLen = n < 0 ? 0 : (size_t)n;
     if (textLen > sizeof buf - used - 1) textLen = sizeof buf - used - 1;
-    trWriteLine(buf, used + textLen);
+    trWriteLine(buf, used + textLen, urgent);
     errno = savedErrno;
     return (int)textLen;
+}
+
+int trPrintf(const char* file, unsigned line, const char* fmt, ...) {
+    va_list args;
+    va_start(args, fmt);
+    int n = trVPrintf(false, file, line, fmt, args);
+    va_end(args);
+    return n;
+}
+
+int trPrintfAs(bool urgent, const char* file, unsigned line, const char* fmt, ...) {
+    va_list args;
+    va_start(args, fmt);
+    int n = trVPrintf(urgent, file, line, fmt, args);
+    va_end(args);
+    return n;
 }
 
 // An address as "%08p" shows it: "0x" and at least six hex digits.

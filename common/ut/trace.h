@@ -17,9 +17,22 @@
 
 #include "common/ut/traceclasses.h"
 
-#define TRACE(cls, ...)                                     \
-    do {                                                    \
-        if (cls) trPrintf(__FILE__, __LINE__, __VA_ARGS__); \
+// Whether a TRACE call's class expression, as written, names a class of
+// failure lines: those reach the file at once, so that a crash right after
+// a failure never loses its line. Other lines are buffered.
+constexpr bool trUrgentClass(const char* written) {
+    const char* const urgent[] = {"TR_ORCLEVEL0", "TR_ERROR"};
+    for (const char* u : urgent) {
+        size_t i = 0;
+        while (u[i] != '\0' && written[i] == u[i]) ++i;
+        if (u[i] == '\0' && written[i] == '\0') return true;
+    }
+    return false;
+}
+
+#define TRACE(cls, ...)                                                            \
+    do {                                                                           \
+        if (cls) trPrintfAs(trUrgentClass(#cls), __FILE__, __LINE__, __VA_ARGS__); \
     } while (0)
 
 // Rows of a class table: name in upper case, its switch, communication mark.
@@ -45,6 +58,16 @@ extern TraceAggregateRow AgentAggregateTable[];
 // Returns the length of the text, 0 when tracing is not active.
 int trPrintf(const char* file, unsigned line, const char* fmt, ...)
     __attribute__((format(printf, 3, 4)));
+// The same; an urgent line is written through to the file at once, with
+// everything buffered before it.
+int trPrintfAs(bool urgent, const char* file, unsigned line, const char* fmt, ...)
+    __attribute__((format(printf, 4, 5)));
+
+// Trace lines go to a file through a buffer. This writes out what is still
+// buffered (and, for a wrapping file, its header's position and the end
+// mark). Called at exit and by the signal paths that end the process; safe
+// to call at any time, and it never waits for a lock.
+void trFlush();
 
 // Creates the process's trace object once (a second call returns 0 at once):
 // clears every class switch and the first test-flag rows.

@@ -2,6 +2,7 @@
 // settings (TRACEMAX, TRACESEGSIZE) of a wrapping trace file.
 #include <errno.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 #include <strings.h>
 #include <unistd.h>
@@ -122,7 +123,7 @@ int trOpenFile() {
             else
                 snprintf(line, sizeof line, "BEGINNING NEW TRACE\n\n");
             // A failing write shows at the first trace line.
-            trWriteWrapped("", 0, line, strlen(line));
+            trWriteWrapped("", 0, line, strlen(line), false);
         }
     } else {
         f = trOpenPrivate(t.path, "a");
@@ -138,6 +139,9 @@ int trOpenFile() {
         trResetState();
         return 426;
     }
+    // Lines still in the buffer reach the file however the program ends.
+    static bool flushAtExit = false;
+    if (!flushAtExit) flushAtExit = atexit(trFlush) == 0;
     return 0;
 }
 
@@ -149,6 +153,7 @@ void trCloseStream(bool quiet) {
     }
     FILE* f = t.stream;
     if (f && f != stdout && f != stderr) {
+        if (t.wrap) trCommitWrapped();
         if (t.wrap && !t.continuing) {
             fseek(f, t.position, SEEK_SET);
             fputs("\nEND OF DATA - close\n\n", f);
@@ -160,6 +165,9 @@ void trCloseStream(bool quiet) {
     }
     t.stream = nullptr;
     t.path[0] = '\0';
+    // A stream opened next starts with nothing pending and its own offset.
+    t.markPending = 0;
+    t.atPosition = 0;
 }
 
 void trResetState() {

@@ -17,6 +17,17 @@ using zebotest::fileSize;
 using zebotest::readFile;
 using zebotest::TempDir;
 
+// Opening `name` as the trace file, with the API class on and a maximum
+// length of `max` MB, fails with its message.
+void expectRefused(const std::string& name, unsigned long max) {
+    ASSERT_EQ(0, trSetFlags("API", 1));
+    trSetMax(max);
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(426, trOpen(name.c_str(), 0));
+    EXPECT_EQ("Unable to open trace output file " + name + "\n",
+              testing::internal::GetCapturedStdout());
+}
+
 class TraceFileTest : public TraceTest {
   protected:
     void SetUp() override {
@@ -275,14 +286,7 @@ TEST_F(TraceFileTest, TraceIsPrivateAndNeverWrittenThroughALinkOrIntoAnotherUser
             ASSERT_EQ(0, stat(name.c_str(), &st));
             EXPECT_EQ(0600u, st.st_mode & 07777) << name;
         }
-        for (const std::string& name : {link, root ? foreign : link}) {
-            ASSERT_EQ(0, trSetFlags("API", 1));
-            trSetMax(max);
-            testing::internal::CaptureStdout();
-            EXPECT_EQ(426, trOpen(name.c_str(), 0));
-            EXPECT_EQ("Unable to open trace output file " + name + "\n",
-                      testing::internal::GetCapturedStdout());
-        }
+        for (const std::string& name : {link, root ? foreign : link}) expectRefused(name, max);
         EXPECT_EQ("untouched", readFile(target));
         EXPECT_EQ("theirs", readFile(foreign));
     }
@@ -291,15 +295,41 @@ TEST_F(TraceFileTest, TraceIsPrivateAndNeverWrittenThroughALinkOrIntoAnotherUser
 TEST_F(TraceFileTest, OpenFailureResetsTheTrace) {
     std::string name = dir.file("missing/trace.out");
     for (unsigned long max : {0ul, 1ul}) {
-        ASSERT_EQ(0, trSetFlags("API", 1));
-        trSetMax(max);
-        testing::internal::CaptureStdout();
-        EXPECT_EQ(426, trOpen(name.c_str(), 0));
-        EXPECT_EQ("Unable to open trace output file " + name + "\n",
-                  testing::internal::GetCapturedStdout());
+        expectRefused(name, max);
         EXPECT_EQ(0, TR_API);
         EXPECT_EQ(0, trIsActive());
     }
+}
+
+// Lines wait in the stream's buffer; a failure line brings them and itself
+// to the file at once, and a flush leaves a wrapping file as writing every
+// line through would: the header's position at the end mark behind the last
+// line.
+TEST_F(TraceFileTest, FailureLinesAndFlushesBringBufferedLinesToTheFile) {
+    ASSERT_EQ(0, trSetFlags("API ERROR -TIMESTAMP -PREFIX", 1));
+    std::string plain = dir.file("plain.out");
+    ASSERT_EQ(0, trOpen(plain.c_str(), 0));
+    const size_t header = fileSize(plain);
+    TRACE(TR_API, "first\n");
+    EXPECT_EQ(header, fileSize(plain));
+    TRACE(TR_ERROR, "failed\n");
+    EXPECT_EQ("first\nfailed\n", readFile(plain).substr(header));
+    trClose(0);
+
+    std::string wrapping = dir.file("wrap.out");
+    trSetMax(1);
+    ASSERT_EQ(0, trOpen(wrapping.c_str(), 0));
+    for (int round = 0; round < 2; ++round) {
+        writeLines(round * 10, 10, 100);
+        trFlush();
+        std::string text = readFile(wrapping);
+        const std::string end = "\nEND OF DATA\n\n";
+        ASSERT_GE(text.size(), end.size());
+        EXPECT_EQ(end, text.substr(text.size() - end.size()));
+        EXPECT_EQ(text.size() - end.size(), positionField(text));
+        EXPECT_EQ(line(round * 10 + 9, 100), text.substr(text.size() - end.size() - 100, 100));
+    }
+    trClose(0);
 }
 
 TEST_F(TraceFileTest, WriteFailureDisablesTracing) {

@@ -46,6 +46,10 @@ struct TraceObject {
     trThreadIdRoutine threadIdRoutine = nullptr;
     int opened = 0;
     int commTracing = 0;  // a communication class is on
+    // A wrapping file: lines were written since its header's position and
+    // the end mark were last brought up to date.
+    int markPending = 0;
+    int atPosition = 0;  // the stream stands at `position`: no seek before a line
     // The wrap lock lives as long as the process: a writer may be waiting on
     // it while another thread closes the trace.
     pthread_mutex_t wrapMutex = PTHREAD_MUTEX_INITIALIZER;
@@ -60,9 +64,10 @@ void trCopyText(char* dst, size_t size, const char* src);
 // Clears every class switch of both class tables.
 void trClearClasses();
 
-// Writes a line prefix and its text to the destination. Returns 0, or -1
-// when the write failed (tracing is then disabled).
-int trWriteOut(const char* prefix, size_t prefixLen, const char* text, size_t textLen);
+// Writes a line prefix and its text to the destination, through the stream's
+// buffer; an urgent line is flushed at once. Returns 0, or -1 when the write
+// failed (tracing is then disabled).
+int trWriteOut(const char* prefix, size_t prefixLen, const char* text, size_t textLen, bool urgent);
 
 // Opens traceObj.givenName (wrapping, segments, headers). REQUIRES: the
 // caller holds the trace lock, or the wrap lock while moving into the next
@@ -72,7 +77,13 @@ int trOpenFile();
 // Writes prefix and text to the wrapping file with the wrap check; 0, -1 when
 // the trace was lost while changing segment, -2 when a write failed.
 // REQUIRES: the wrap lock, or the trace lock while opening.
-int trWriteWrapped(const char* prefix, size_t prefixLen, const char* text, size_t textLen);
+int trWriteWrapped(const char* prefix, size_t prefixLen, const char* text, size_t textLen,
+                   bool urgent);
+
+// Writes a wrapping file's header position and the end mark after the last
+// line, when lines came since, and flushes the stream. 0, or -2 when a write
+// failed. REQUIRES: the wrap lock, or the trace lock while opening or closing.
+int trCommitWrapped();
 
 // Closes the stream; quiet leaves out the message of a failing close.
 // REQUIRES: the same locks as trOpenFile.

@@ -40,6 +40,10 @@ FILE* trOpenPrivate(const char* path, const char* mode) {
         if (problem == 0) problem = errno;
         close(fd);
         errno = problem;
+        return nullptr;
     }
+    // Trace lines are written through a buffer of this size; the writer
+    // flushes failure lines at once (tracewrite.cpp).
+    setvbuf(stream, nullptr, _IOFBF, 1 << 16);
     return stream;
 }

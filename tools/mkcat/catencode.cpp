@@ -1,10 +1,13 @@
 #include "tools/mkcat/catencode.h"
 
 #include <stdio.h>
+#include <string.h>
 
 #include <cctype>
 #include <map>
 #include <set>
+
+#include "common/nls/nlsconv.h"
 
 namespace {
 
@@ -12,130 +15,74 @@ std::string where(const CatEntry& e) {
     return "message " + std::to_string(e.number) + " (line " + std::to_string(e.line) + "): ";
 }
 
+// The insert type of an accepted conversion: 0 string, 1 signed, 2
+// unsigned, 3 floating point.
+int insertType(char conv) {
+    switch (conv) {
+        case 's':
+        case 'p':
+            return 0;
+        case 'c':
+        case 'd':
+        case 'i':
+            return 1;
+        case 'o':
+        case 'u':
+        case 'x':
+        case 'X':
+            return 2;
+        default:
+            return 3;
+    }
+}
+
+// Why a conversion is refused.
+std::string refusal(const NlConversion& c) {
+    switch (insertType(c.conv)) {
+        case 0:
+            return std::string("bad length for %") + c.conv;
+        case 1:
+        case 2:
+            if (c.conv != 'c') return "ordered-form integers are int-sized (no l, ll, j, z or t)";
+            return "bad length for %c";
+        default:
+            if (strchr("eEfFgGaA", c.conv)) return "bad length for a floating-point insert";
+            return std::string("unsupported conversion %") + c.conv;
+    }
+}
+
 // Reads one conversion starting at text[*pos] == '%' (not "%%"). Fills the
 // insert (spec, stars, type, sig, argument for the ordered form).
 bool readConversion(const std::string& text, size_t* pos, CatForm form, CatInsert* ins,
                     std::string* err) {
-    size_t p = *pos + 1;
-    std::string spec = "%";
-    // Positional argument number: "N$".
-    size_t q = p;
-    while (q < text.size() && isdigit(static_cast<unsigned char>(text[q]))) ++q;
-    bool positional = q > p && q < text.size() && text[q] == '$';
-    if (positional) {
-        if (form != CatForm::Ordered) {
-            *err = "positional insert in a printf-form text; use the ordered form";
-            return false;
-        }
-        ins->argument = atoi(text.substr(p, q - p).c_str());
-        p = q + 1;
-    } else if (form == CatForm::Ordered) {
+    NlConversion c;
+    nlScanConversion(text, pos, &c);
+    if (c.positional && form != CatForm::Ordered) {
+        *err = "positional insert in a printf-form text; use the ordered form";
+        return false;
+    }
+    if (!c.positional && form == CatForm::Ordered) {
         *err = "an ordered-form insert must name its argument, e.g. %1$s";
         return false;
     }
-    while (p < text.size() && std::string("-+ #0'").find(text[p]) != std::string::npos)
-        spec.push_back(text[p++]);
-    auto readCount = [&]() {
-        if (p < text.size() && text[p] == '*') {
-            ++ins->stars;
-            spec.push_back(text[p++]);
-            return true;
-        }
-        size_t digits = 0;
-        for (; p < text.size() && isdigit(static_cast<unsigned char>(text[p])); ++digits)
-            spec.push_back(text[p++]);
-        return digits <= kCatMaxFieldDigits;
-    };
-    bool counts = readCount();
-    if (p < text.size() && text[p] == '.') {
-        spec.push_back(text[p++]);
-        counts = readCount() && counts;
-    }
-    if (!counts) {
+    if (c.longField) {
         *err = "width or precision of more than 4 digits";
         return false;
     }
-    std::string length;
-    while (p < text.size() && std::string("hlLjztq").find(text[p]) != std::string::npos)
-        length.push_back(text[p++]);
-    if (p >= text.size()) {
+    if (c.conv == 0) {
         *err = "insert without a conversion letter";
         return false;
     }
-    char conv = text[p++];
-    spec += length;
-    spec.push_back(conv);
-    bool wordSized = length.empty() || length == "h" || length == "hh";
-    bool longSized = length == "l" || length == "ll" || length == "j" || length == "z" ||
-                     length == "t" || length == "q";
-    switch (conv) {
-        case 's':
-            if (length == "l") {
-                ins->type = 0;
-                ins->sig = 'w';
-            } else if (length.empty()) {
-                ins->type = 0;
-                ins->sig = 's';
-            } else {
-                *err = "bad length for %s";
-                return false;
-            }
-            break;
-        case 'p':
-            if (!length.empty()) {
-                *err = "bad length for %p";
-                return false;
-            }
-            ins->type = 0;
-            ins->sig = 's';
-            break;
-        case 'c':
-            if (!length.empty()) {
-                *err = "bad length for %c";
-                return false;
-            }
-            ins->type = 1;
-            ins->sig = 'i';
-            break;
-        case 'd':
-        case 'i':
-        case 'o':
-        case 'u':
-        case 'x':
-        case 'X': {
-            bool isSigned = conv == 'd' || conv == 'i';
-            ins->type = isSigned ? 1 : 2;
-            if (wordSized) {
-                ins->sig = isSigned ? 'i' : 'u';
-            } else if (longSized && form == CatForm::Printf) {
-                ins->sig = 'l';
-            } else {
-                *err = "ordered-form integers are int-sized (no l, ll, j, z or t)";
-                return false;
-            }
-            break;
-        }
-        case 'e':
-        case 'E':
-        case 'f':
-        case 'F':
-        case 'g':
-        case 'G':
-        case 'a':
-        case 'A':
-            if (!(length.empty() || length == "l")) {
-                *err = "bad length for a floating-point insert";
-                return false;
-            }
-            ins->type = 3;
-            ins->sig = 'f';
-            break;
-        default:
-            *err = std::string("unsupported conversion %") + conv;
-            return false;
+    // Long integers only in printf texts: the ordered form passes ints.
+    if (c.letter == 0 || (c.letter == 'l' && form != CatForm::Printf)) {
+        *err = refusal(c);
+        return false;
     }
-    ins->spec = spec;
-    *pos = p;
+    ins->argument = c.argument;
+    ins->stars = c.stars;
+    ins->type = insertType(c.conv);
+    ins->sig = c.letter;
+    ins->spec = c.spec;
     return true;
 }
 

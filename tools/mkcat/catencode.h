@@ -37,9 +37,8 @@ const size_t kCatMaxPiece = 2301;
 const size_t kCatMaxPrintf = 4859;
 // Most inserts in an ordered text.
 const int kCatMaxInserts = 15;
-// Most digits of a width or precision: the repository refuses a wider field
-// (it would only pad, for as long as a billion characters take).
-const size_t kCatMaxFieldDigits = 4;
+// A width or precision has at most NL_MAX_FIELD_DIGITS digits
+// (common/nls/nlsconv.h): the repository refuses a wider field.
 
 // One insert of a text.
 struct CatInsert {

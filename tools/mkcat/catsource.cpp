@@ -1,5 +1,7 @@
 #include "tools/mkcat/catsource.h"
 
+#include <string.h>
+
 #include <cctype>
 #include <fstream>
 #include <set>
@@ -75,34 +77,26 @@ class Lexer {
             }
             if (pos_ >= s_.size()) break;
             char e = s_[pos_++];
-            switch (e) {
-                case 'n':
-                    out->push_back('\n');
-                    break;
-                case 't':
-                    out->push_back('\t');
-                    break;
-                case '\\':
-                    out->push_back('\\');
-                    break;
-                case '"':
-                    out->push_back('"');
-                    break;
-                default:
-                    if (e >= '0' && e <= '7' && pos_ + 1 < s_.size() && s_[pos_] >= '0' &&
-                        s_[pos_] <= '7' && s_[pos_ + 1] >= '0' && s_[pos_ + 1] <= '7') {
-                        int v = (e - '0') * 64 + (s_[pos_] - '0') * 8 + (s_[pos_ + 1] - '0');
-                        pos_ += 2;
-                        if (v == 0 || v > 255) {
-                            *err = where(line_) + "octal escape out of range (1..377)";
-                            return false;
-                        }
-                        out->push_back(static_cast<char>(v));
-                    } else {
-                        *err = where(line_) + "unknown escape \\" + std::string(1, e);
-                        return false;
-                    }
+            // The escapes of one letter: \n, \t, \\ and \".
+            static const char kLetters[] = "nt\\\"";
+            static const char kCharacters[] = "\n\t\\\"";
+            if (const char* letter = e ? strchr(kLetters, e) : nullptr) {
+                out->push_back(kCharacters[letter - kLetters]);
+                continue;
             }
+            bool octal = e >= '0' && e <= '7' && pos_ + 1 < s_.size() && s_[pos_] >= '0' &&
+                         s_[pos_] <= '7' && s_[pos_ + 1] >= '0' && s_[pos_ + 1] <= '7';
+            if (!octal) {
+                *err = where(line_) + "unknown escape \\" + std::string(1, e);
+                return false;
+            }
+            int v = (e - '0') * 64 + (s_[pos_] - '0') * 8 + (s_[pos_ + 1] - '0');
+            pos_ += 2;
+            if (v == 0 || v > 255) {
+                *err = where(line_) + "octal escape out of range (1..377)";
+                return false;
+            }
+            out->push_back(static_cast<char>(v));
         }
         *err = where(startLine) + "unterminated string";
         return false;

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/sqlplus/readyspool.h"
 #include "tools/sqlplus/simcatalog.h"
 #include "tools/sqlplus/simsession.h"
 
@@ -38,6 +39,10 @@ const char kUsage[] =
     "\n"
     "SQLPLUS_SIM_DELAY=N makes the simulator wait N seconds after its logon, as a\n"
     "slow catalog would (tests interrupt a run meanwhile).\n"
+    "\n"
+    "SQLPLUS_SIM_READY_SPOOL=FILE (benchmarks): a run keeps a copy of its spool in\n"
+    "FILE; once FILE exists, a run puts it in place of the spool after its logon\n"
+    "and runs nothing else.\n"
     "\n"
     "A catalog's file is $SQLPLUS_SIM_DIR/<connect>.db, the connect string in lower\n"
     "case with characters other than letters, digits, '.', '_' and '-' turned into\n"
@@ -178,8 +183,15 @@ int main(int argc, char** argv) {
         return 1;
     }
     if (const char* delay = getenv("SQLPLUS_SIM_DELAY")) sleep(static_cast<unsigned>(atoi(delay)));
+    const char* ready = getenv("SQLPLUS_SIM_READY_SPOOL");
+    std::string target = ready ? sqlsim::spoolTarget(lines) : "";
+    if (!target.empty() && sqlsim::handOverSpool(ready, target)) {
+        session.disconnect();
+        return 0;
+    }
     int status = session.runScript(lines);
     if (status < 0) status = session.runInteractive(stdin);
     session.disconnect();
+    if (!target.empty() && status == 0) sqlsim::keepSpool(target, ready);
     return status;
 }

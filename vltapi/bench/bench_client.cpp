@@ -1,16 +1,22 @@
 // Benchmark client of the library, used by bench_vltapi.sh; it works only
-// through the public header, like the program.
+// through the public header and the program's query cursor, like the
+// program.
 //   vltapi_bench query OPTFILE NODE PASSWORD    iterate every active object
-//   vltapi_bench delete OPTFILE NODE PASSWORD   delete the object ids read from
+//   vltapi_bench delete OPTFILE NODE PASSWORD   query every active object, as the
+//                                               program does before it deletes, then
+//                                               delete the object ids read from
 //                                               standard input (one per line) in
-//                                               transactions of the server maximum
+//                                               transactions of the server maximum;
+//                                               says how long the deletion took
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <time.h>
 
 #include <string>
 #include <vector>
 
+#include "api/backupquery.h"
 #include "rvkapi.h"
 
 namespace {
@@ -42,39 +48,33 @@ int logOn(const char* opt, const char* node, const char* pw, uint32_t* h) {
 }
 
 int query(uint32_t h) {
-    rvkObjName name;
-    memset(&name, 0, sizeof name);
-    strcpy(name.fs, "*");
-    strcpy(name.hl, "/*");
-    strcpy(name.ll, "/*");
-    name.objType = RVK_OBJ_FILE;
-    rvkQryBackupData q;
-    memset(&q, 0, sizeof q);
-    q.stVersion = RVK_QRYBACKUPDATA_VERSION;
-    q.objName = &name;
-    q.objState = RVK_STATE_ACTIVE;
-    if (int16_t rc = rvkBeginQuery(h, RVK_QRY_BACKUP, &q)) return fail("rvkBeginQuery", rc);
-    rvkQryRespBackup resp;
-    rvkDataBlk blk;
-    memset(&blk, 0, sizeof blk);
-    blk.stVersion = RVK_DATABLK_VERSION;
-    blk.bufferLen = sizeof resp;
-    blk.bufferPtr = reinterpret_cast<char*>(&resp);
-    resp.stVersion = RVK_QRYRESPBACKUP_VERSION;
+    rvkObjName name = BackupQuery::objectName("*", "/*", "/*", RVK_OBJ_FILE);
+    BackupQuery query(BackupQuery::library(), h);
+    if (int rc = query.begin(&name, RVK_STATE_ACTIVE))
+        return fail("rvkBeginQuery", static_cast<int16_t>(rc));
     unsigned long long n = 0, bytes = 0;
-    int16_t rc;
-    while ((rc = rvkGetNextQObj(h, &blk)) == RVK_RC_MORE_DATA) {
+    while (query.next() == RVK_RC_MORE_DATA) {
+        const rvkQryRespBackup& resp = query.object();
         ++n;
         bytes +=
             (static_cast<unsigned long long>(resp.sizeEstimate.hi) << 32) | resp.sizeEstimate.lo;
     }
-    if (rc != RVK_RC_FINISHED && rc != RVK_RC_NO_MATCH) return fail("rvkGetNextQObj", rc);
-    rvkEndQuery(h);
+    int rc = query.lastRc();
+    if (rc != RVK_RC_FINISHED && rc != RVK_RC_NO_MATCH)
+        return fail("rvkGetNextQObj", static_cast<int16_t>(rc));
+    query.end();
     printf("queried %llu objects, %llu bytes\n", n, bytes);
     return 0;
 }
 
+double seconds() {
+    timespec t;
+    clock_gettime(CLOCK_MONOTONIC, &t);
+    return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) / 1e9;
+}
+
 int remove(uint32_t h) {
+    if (int rc = query(h)) return rc;
     rvkSessInfo info;
     memset(&info, 0, sizeof info);
     info.stVersion = RVK_SESSINFO_VERSION;
@@ -83,6 +83,7 @@ int remove(uint32_t h) {
     char line[64];
     while (fgets(line, sizeof line, stdin)) ids.push_back(strtoull(line, nullptr, 10));
     size_t done = 0, txns = 0;
+    double start = seconds();
     while (done < ids.size()) {
         if (int16_t rc = rvkBeginTxn(h)) return fail("rvkBeginTxn", rc);
         size_t end = done + info.maxObjPerTxn < ids.size() ? done + info.maxObjPerTxn : ids.size();
@@ -98,8 +99,8 @@ int remove(uint32_t h) {
             return fail("rvkEndTxn", rc ? rc : reason);
         ++txns;
     }
-    printf("deleted %zu objects in %zu transactions of at most %u\n", ids.size(), txns,
-           info.maxObjPerTxn);
+    printf("deleted %zu objects in %zu transactions of at most %u; the deletion took %.2f s\n",
+           ids.size(), txns, info.maxObjPerTxn, seconds() - start);
     return 0;
 }
 

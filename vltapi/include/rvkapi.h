@@ -733,7 +733,11 @@ RVK_EXPORT int16_t rvkBeginTxn(uint32_t handle);
    RVK_RC_NOT_SUPPORTED (archive), RVK_RC_INVALID_ARGUMENT,
    RVK_RC_WRONG_STATE (no transaction), RVK_RC_BAD_STVERSION,
    RVK_RC_SERVER_BUSY, RVK_RC_REPOSITORY_ERROR.
-   Any failure inside a transaction dooms it (see rvkEndTxn). */
+   Any failure inside a transaction dooms it (see rvkEndTxn).
+   On a database server, the deletion of an object that this session's own
+   queries returned is confirmed at the commit: when another session
+   deleted the object meanwhile, rvkEndTxn gives RVK_RC_CHECK_REASON_CODE
+   with reason RVK_RC_OBJ_NOT_FOUND and keeps nothing. */
 RVK_EXPORT int16_t rvkDeleteObj(uint32_t handle, uint8_t delType, rvkDelInfo delInfo);
 
 /* Ends the transaction.
@@ -867,5 +871,25 @@ RVK_EXPORT int16_t rvkDecryptEx(unsigned char* key, unsigned char* cipher, unsig
 #ifdef __cplusplus
 }
 #endif
+
+/* ------------------------------------------------------------------------ */
+/* The 43 entry points as a list                                            */
+/* RVK_ENTRY_POINTS(X) expands X(Name) once per entry point, Name without its
+   "rvk" prefix, for programs that load the library at run time and for
+   tables kept per entry point. The order is the one in which programs look
+   the names up: almost alphabetical (RenameObj before RCMsg, SetAccess
+   before SendData), and it stays as it is, since the i-th name found feeds
+   the i-th slot of such a table. */
+/* clang-format off */
+#define RVK_ENTRY_POINTS(X)                                                                  \
+    X(BeginGetData) X(BeginQuery) X(BeginTxn) X(BindMC) X(ChangePW) X(CleanUp)               \
+    X(CreateDesKeyEx) X(DecryptEx) X(DeleteAccess) X(DeleteFS) X(DeleteObj) X(EncryptEx)     \
+    X(EndGetData) X(EndGetObj) X(EndQuery) X(EndSendObj) X(EndSendObjEx) X(EndTxn)           \
+    X(EndTxnEx) X(GetData) X(GetNextQObj) X(GetObj) X(GroupHandler) X(Init) X(InitEx)        \
+    X(LogEventEx) X(QueryAccess) X(QueryApiVersion) X(QueryApiVersionEx) X(QueryCliOptions)  \
+    X(QuerySessInfo) X(QuerySessOptions) X(RegisterFS) X(RenameObj) X(RCMsg) X(RCMsgEx)      \
+    X(SetAccess) X(SendData) X(SendObj) X(SetUp) X(Terminate) X(UpdateFS) X(UpdateObj)
+/* clang-format on */
+#define RVK_ENTRY_COUNT 43
 
 #endif /* RVKAPI_H */
