@@ -77,12 +77,18 @@ void walk(const BTreeNode* node, std::vector<std::string>* out) {
     walk(node->branch[node->count], out);
 }
 
+std::string gPath;
+
 }  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    gPath = fuzzMakeScratchDir("zebo-fuzz-spool") + "/spool.lst";
+    return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::string spool = fuzzText(data, size);
-    char path[64];
-    snprintf(path, sizeof path, "/tmp/zebo-fuzz-spool.%d", static_cast<int>(getpid()));
+    const char* path = gPath.c_str();
     FILE* file = fopen(path, "wb");
     if (file == nullptr) abort();
     fwrite(spool.data(), 1, spool.size(), file);
