@@ -114,8 +114,7 @@ extern "C" int16_t rvkRegisterFS(uint32_t handle, rvkRegFSData* regFS) {
     RVK_ENTRY(RegisterFS);
     SessionRef s(handle);
     if (Rc rc = s.rcIn(State::Idle)) return rc;
-    if (!regFS || !regFS->fsName) return RVK_RC_NULL_POINTER;
-    if (regFS->stVersion != RVK_REGFSDATA_VERSION) return RVK_RC_BAD_STVERSION;
+    if (Rc rc = checkRecord(regFS, RVK_REGFSDATA_VERSION, &rvkRegFSData::fsName)) return rc;
     if (!fits(regFS->fsName, RVK_FS_NAME_MAX) || !fits(regFS->fsType, RVK_FS_TYPE_MAX) ||
         regFS->fsInfoLen > RVK_FS_INFO_MAX)
         return RVK_RC_STRING_TOO_LONG;

@@ -159,8 +159,7 @@ extern "C" int16_t rvkGetNextQObj(uint32_t handle, rvkDataBlk* dataBlk) {
     RVK_ENTRY(GetNextQObj);
     SessionRef s(handle);
     if (Rc rc = s.rcIn(State::Query)) return rc;
-    if (!dataBlk || !dataBlk->bufferPtr) return RVK_RC_NULL_POINTER;
-    if (dataBlk->stVersion != RVK_DATABLK_VERSION) return RVK_RC_BAD_STVERSION;
+    if (Rc rc = checkRecord(dataBlk, RVK_DATABLK_VERSION, &rvkDataBlk::bufferPtr)) return rc;
     dataBlk->numBytes = 0;
     if (s->query.type == RVK_QRY_BACKUP) {
         if (dataBlk->bufferLen < sizeof(rvkQryRespBackup)) return RVK_RC_BUFFER_TOO_SMALL;
