@@ -207,10 +207,10 @@ extern "C" int16_t rvkBindMC(uint32_t handle, rvkObjName* objName, uint8_t sendT
     if (Rc rc = checkExactName(*objName)) return rc;
     memset(key, 0, sizeof *key);
     key->stVersion = RVK_MCBINDKEY_VERSION;
-    copyTruncated(key->mcName, sizeof key->mcName, s->settings.mgmtClass);
+    copyTruncated(key->mcName, s->settings.mgmtClass);
     key->backupCGExists = RVK_TRUE;
     key->archiveCGExists = RVK_FALSE;
-    copyTruncated(key->backupCopyDest, sizeof key->backupCopyDest, "BACKUPPOOL");
+    copyTruncated(key->backupCopyDest, "BACKUPPOOL");
     return RVK_RC_OK;
 }
 
