@@ -24,7 +24,6 @@
 #define ZEBO_API_DRVKAPI_H
 
 #include <stdint.h>
-#include <string.h>
 
 #include "api/dbaseapi.h"
 #include "vltapi/include/rvkapi.h"
