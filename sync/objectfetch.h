@@ -22,18 +22,15 @@
 #ifndef ZEBO_SYNC_OBJECTFETCH_H
 #define ZEBO_SYNC_OBJECTFETCH_H
 
-#include <condition_variable>
 #include <memory>
-#include <mutex>
-#include <thread>
 
 #include "api/backupquery.h"
+#include "sync/aheadring.h"
 
 class ObjectFetcher {
   public:
     // Reads from *query, which is open and outlives the fetcher.
     ObjectFetcher(BackupQuery* query, bool ahead);
-    ~ObjectFetcher() { stop(); }
     ObjectFetcher(const ObjectFetcher&) = delete;
     ObjectFetcher& operator=(const ObjectFetcher&) = delete;
 
@@ -47,29 +44,20 @@ class ObjectFetcher {
     void stop();
 
     // Whether a second thread does the fetching.
-    bool ahead() const { return thread_.joinable(); }
+    bool ahead() const { return ring_.running(); }
 
   private:
-    enum { kBatches = 4, kRows = 64 };
+    enum { kRows = 64 };
 
-    void run();
-    bool startThread();
+    bool fill(int batch);
 
     BackupQuery* query_;
-    std::unique_ptr<rvkQryRespBackup[]> rows_;  // kBatches batches of kRows
-    int counts_[kBatches] = {};                 // filled rows of each batch
-    // Guarded by mutex_: batches filled and not yet taken back, and the
-    // fetcher's end (its last fetch done) and the caller's stop.
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    int full_ = 0;
-    bool done_ = false;
-    bool stopping_ = false;
-    // The caller's side: the batch it reads and the row within.
-    int batch_ = -1;
+    std::unique_ptr<rvkQryRespBackup[]> rows_;  // AHEAD_BATCHES batches of kRows
+    int counts_[AHEAD_BATCHES] = {};            // filled rows of each batch
+    int batch_ = -1;                            // the reader's batch and row within
     int row_ = 0;
     bool ended_ = false;
-    std::thread thread_;
+    AheadRing ring_;  // last: its thread ends before the rows go
 };
 
 #endif
