@@ -31,8 +31,6 @@ class ObjectFetcher {
   public:
     // Reads from *query, which is open and outlives the fetcher.
     ObjectFetcher(BackupQuery* query, bool ahead);
-    ObjectFetcher(const ObjectFetcher&) = delete;
-    ObjectFetcher& operator=(const ObjectFetcher&) = delete;
 
     // The next object, the caller's until the following next(); null once a
     // fetch returned anything but RVK_RC_MORE_DATA (query->lastRc() has it)

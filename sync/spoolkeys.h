@@ -23,9 +23,9 @@
 
 class UtSpoolKeys {
   public:
+    // Reads the open `spool` from where it stands; not copied (the ring's
+    // thread refers to it).
     UtSpoolKeys(FILE* spool, bool ahead);
-    UtSpoolKeys(const UtSpoolKeys&) = delete;
-    UtSpoolKeys& operator=(const UtSpoolKeys&) = delete;
 
     // Moves to the next line that adds keys; false at the spool's end (or
     // after stop()). *feedback: whether it is SQL*Plus's closing line ("12
