@@ -59,23 +59,26 @@ class ObjectFetcherTest : public ::testing::Test {
 };
 
 TEST_F(ObjectFetcherTest, AheadDeliversWhatAPlainLoopDoesPastManyTurnsOfTheRing) {
-    objects(1000);
+    // Three turns of the ring and a part.
+    const int count = 3 * AHEAD_BATCHES * ObjectFetcher::kRows + 7;
+    objects(count);
     Fetched plain = fetchAll(false);
-    ASSERT_EQ(1000u, plain.names.size());
+    ASSERT_EQ(static_cast<size_t>(count), plain.names.size());
     EXPECT_EQ("/p1", plain.names.front());
     EXPECT_EQ(RVK_RC_FINISHED, plain.lastRc);
-    EXPECT_EQ(1001, plain.fetches);
+    EXPECT_EQ(count + 1, plain.fetches);
 
     Fetched ahead = fetchAll(true);
     EXPECT_EQ(plain.names, ahead.names);
     EXPECT_EQ(RVK_RC_FINISHED, ahead.lastRc);
-    EXPECT_EQ(2 * 1001, ahead.fetches) << "one fetch per object and one for the end";
+    EXPECT_EQ(2 * (count + 1), ahead.fetches) << "one fetch per object and one for the end";
 
     // A query that ends on a batch's edge and one with nothing at all.
     zebotest::FakeServer edge;
-    for (int n = 1; n <= 64; ++n) edge.add("/koruorc", "/db1", "/e" + std::to_string(n));
+    for (int n = 1; n <= ObjectFetcher::kRows; ++n)
+        edge.add("/koruorc", "/db1", "/e" + std::to_string(n));
     Fetched e = fetchAll(true);
-    EXPECT_EQ(64u, e.names.size());
+    EXPECT_EQ(static_cast<size_t>(ObjectFetcher::kRows), e.names.size());
     EXPECT_EQ(RVK_RC_FINISHED, e.lastRc);
     zebotest::FakeServer empty;
     Fetched none = fetchAll(true);
@@ -84,29 +87,29 @@ TEST_F(ObjectFetcherTest, AheadDeliversWhatAPlainLoopDoesPastManyTurnsOfTheRing)
 }
 
 TEST_F(ObjectFetcherTest, AFailedFetchEndsBothWaysAfterTheObjectsBeforeIt) {
-    objects(400);
-    server_.fail(Call::GetNextQObj, 300, RVK_RC_COMM_FAILURE);
+    objects(2000);
+    server_.fail(Call::GetNextQObj, 1500, RVK_RC_COMM_FAILURE);
     Fetched ahead = fetchAll(true);
-    EXPECT_EQ(299u, ahead.names.size());
-    EXPECT_EQ("/p299", ahead.names.back());
+    EXPECT_EQ(1499u, ahead.names.size());
+    EXPECT_EQ("/p1499", ahead.names.back());
     EXPECT_EQ(RVK_RC_COMM_FAILURE, ahead.lastRc);
-    EXPECT_EQ(300, ahead.fetches) << "nothing fetched after the failure";
+    EXPECT_EQ(1500, ahead.fetches) << "nothing fetched after the failure";
 
     zebotest::FakeServer again;
-    for (int n = 1; n <= 400; ++n) again.add("/koruorc", "/db1", "/p" + std::to_string(n));
-    again.fail(Call::GetNextQObj, 300, RVK_RC_COMM_FAILURE);
+    for (int n = 1; n <= 2000; ++n) again.add("/koruorc", "/db1", "/p" + std::to_string(n));
+    again.fail(Call::GetNextQObj, 1500, RVK_RC_COMM_FAILURE);
     Fetched plain = fetchAll(false);
     EXPECT_EQ(ahead.names, plain.names);
     EXPECT_EQ(RVK_RC_COMM_FAILURE, plain.lastRc);
 }
 
 TEST_F(ObjectFetcherTest, AStopEndsTheThreadWithTheQueryOpenAndTheRingAtMostAhead) {
-    objects(5000);
+    objects(3 * AHEAD_BATCHES * ObjectFetcher::kRows);
     Fetched f = fetchAll(true, 10);
     EXPECT_EQ(10u, f.names.size());
     EXPECT_EQ(RVK_RC_MORE_DATA, f.lastRc);
-    // The thread ran at most the ring (4 batches of 64) ahead of the reader.
-    EXPECT_LE(f.fetches, 4 * 64);
+    // The thread ran at most the ring ahead of the reader.
+    EXPECT_LE(f.fetches, AHEAD_BATCHES * ObjectFetcher::kRows);
 }
 
 }  // namespace

@@ -37,9 +37,10 @@ class UtSpoolKeys {
     // Ends the reading thread; nothing more is read.
     void stop();
 
-  private:
-    enum { kLines = 256 };
+    // Lines per batch (some 20 bytes each in a catalog's spool).
+    enum { kLines = 2048 };
 
+  private:
     bool parse(std::string* lines);
 
     FILE* spool_;

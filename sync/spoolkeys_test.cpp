@@ -38,22 +38,25 @@ std::vector<std::string> readAll(const std::string& path, bool ahead, size_t sto
 TEST(SpoolKeysTest, AheadCutsTheSameKeysAsTheReaderItself) {
     zebotest::TempDir dir;
     std::string text = "\nSession altered.\n";
-    for (int n = 0; n < 3000; ++n) {
+    // Past a turn of the ring.
+    const int count = (AHEAD_BATCHES + 1) * UtSpoolKeys::kLines;
+    for (int n = 0; n < count; ++n) {
         text += "c-" + std::to_string(n) + "-1\n";
-        if (n % 500 == 7) text += std::string(80, 'w') + "\n" + "tail\n";  // wrapped
+        if (n % 1000 == 7) text += std::string(80, 'w') + "\n" + "tail\n";  // wrapped
         if (n % 700 == 3) text += "\n";
     }
-    text += std::string(600, 'x') + "\n3000 rows selected.\n";
+    text += std::string(600, 'x') + "\n" + std::to_string(count) + " rows selected.\n";
     std::string path = dir.file("spool.out");
     zebotest::writeFile(path, text);
 
     std::vector<std::string> plain = readAll(path, false);
-    ASSERT_EQ(3000u + 2 * 6 + 2 + 1, plain.size());
+    const size_t wrapped = (count - 7 + 999) / 1000;
+    ASSERT_EQ(count + 2 * wrapped + 2 + 1, plain.size());
     EXPECT_EQ("H:c-0-1|", plain.front());
     EXPECT_EQ("H:" + std::string(80, 'w') + "|", plain[8]);
     EXPECT_EQ("H:tail|" + std::string(80, 'w') + "tail|", plain[9]);
     EXPECT_EQ("H:" + std::string(88, 'x') + "|", plain[plain.size() - 2]) << "the piece after 512";
-    EXPECT_EQ("F:3000|", plain.back());
+    EXPECT_EQ("F:" + std::to_string(count) + "|", plain.back());
 
     EXPECT_EQ(plain, readAll(path, true));
 }
@@ -61,7 +64,8 @@ TEST(SpoolKeysTest, AheadCutsTheSameKeysAsTheReaderItself) {
 TEST(SpoolKeysTest, AStopEndsTheReadingAndAnEmptySpoolHasNoLines) {
     zebotest::TempDir dir;
     std::string text;
-    for (int n = 0; n < 5000; ++n) text += "k" + std::to_string(n) + "\n";
+    for (int n = 0; n < 3 * AHEAD_BATCHES * UtSpoolKeys::kLines; ++n)
+        text += "k" + std::to_string(n) + "\n";
     std::string path = dir.file("spool.out");
     zebotest::writeFile(path, text);
     std::vector<std::string> some = readAll(path, true, 10);
