@@ -104,6 +104,15 @@ std::string pgBytea(const char* text, int len) {
     return out;
 }
 
+int64_t pgNumber(const char* text) {
+    bool negative = *text == '-';
+    if (negative) ++text;
+    // Unsigned arithmetic: the most negative bigint overflows no int64_t.
+    uint64_t v = 0;
+    for (; *text >= '0' && *text <= '9'; ++text) v = v * 10 + static_cast<uint64_t>(*text - '0');
+    return static_cast<int64_t>(negative ? 0 - v : v);
+}
+
 Rc PgConn::open(const std::string& uri, const std::string& user, const std::string& password,
                 std::unique_ptr<PgConn>& out, std::string& err) {
     // Keywords after the expanded URI override what it says.

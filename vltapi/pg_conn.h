@@ -57,6 +57,11 @@ PgParam pgArray(const std::vector<std::string>& values);
 // Decodes a bytea value in the server's hex text form ("\x0a1b...").
 std::string pgBytea(const char* text, int len);
 
+// Decodes an integer in the server's text form: an optional minus sign and
+// decimal digits. A query reads millions of them; this is several times
+// faster than strtoll, which also handles bases, blanks and locales.
+int64_t pgNumber(const char* text);
+
 class PgConn {
   public:
     // Connects with the URI, overriding its user and password when given.

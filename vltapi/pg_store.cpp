@@ -63,7 +63,7 @@ struct Row {
     std::string text(int c) const {
         return std::string(PQgetvalue(r, i, c), static_cast<size_t>(PQgetlength(r, i, c)));
     }
-    int64_t num(int c) const { return strtoll(PQgetvalue(r, i, c), nullptr, 10); }
+    int64_t num(int c) const { return pgNumber(PQgetvalue(r, i, c)); }
     bool flag(int c) const { return PQgetvalue(r, i, c)[0] == 't'; }
     std::string bytes(int c) const { return pgBytea(PQgetvalue(r, i, c), PQgetlength(r, i, c)); }
 };
