@@ -3,6 +3,10 @@
 #include <gtest/gtest.h>
 #include <string.h>
 
+#include <set>
+#include <string>
+#include <tuple>
+
 #include "rvkapi.h"
 #include "vltapi/vltapi_testenv.h"
 
@@ -35,8 +39,10 @@ class Objects : public ::testing::Test {
     }
 
     // Sends one object with `data` in blocks of `block` bytes.
-    int16_t send(const char* ll, const std::string& data, size_t block, uint8_t vote) {
+    int16_t send(const char* ll, const std::string& data, size_t block, uint8_t vote,
+                 uint8_t type = RVK_OBJ_FILE) {
         rvkObjName n = name("/fs", "/h", ll);
+        n.objType = type;
         auto attr = record<rvkObjAttr>(RVK_OBJATTR_VERSION);
         attr.sizeEstimate.lo = static_cast<uint32_t>(data.size());
         EXPECT_EQ(rvkBeginTxn(h), RVK_RC_OK);
@@ -114,6 +120,30 @@ TEST_F(Objects, SendAndReadBack) {
     ASSERT_EQ(send("/obj", "new", 10, RVK_VOTE_COMMIT), RVK_RC_OK);
     EXPECT_EQ(query(h, "/fs", "/h", "/obj", RVK_STATE_ACTIVE).objects.at(0).size, 3u);
     EXPECT_EQ(query(h, "/fs", "/h", "/obj", RVK_STATE_INACTIVE).objects.at(0).size, data.size());
+}
+
+// A query that leaves the state or the type open reads each object's own;
+// one that names them returns only such objects.
+TEST_F(Objects, QueriesReadEachObjectsTypeAndState) {
+    ASSERT_EQ(registerFs("/fs"), RVK_RC_OK);
+    ASSERT_EQ(send("/f", "old", 10, RVK_VOTE_COMMIT), RVK_RC_OK);
+    ASSERT_EQ(send("/f", "newer", 10, RVK_VOTE_COMMIT), RVK_RC_OK);
+    ASSERT_EQ(send("/d", "", 10, RVK_VOTE_COMMIT, RVK_OBJ_DIRECTORY), RVK_RC_OK);
+    using Seen = std::multiset<std::tuple<std::string, int, int, uint64_t>>;
+    auto seen = [&](uint8_t state, uint8_t type) {
+        Seen out;
+        for (auto& o : query(h, "/fs", "*", "*", state, rvkDate{}, nullptr, type).objects)
+            out.insert({o.ll, o.type, o.state, o.size});
+        return out;
+    };
+    const int file = RVK_OBJ_FILE, dir = RVK_OBJ_DIRECTORY;
+    const int active = RVK_STATE_ACTIVE, inactive = RVK_STATE_INACTIVE;
+    EXPECT_EQ(seen(RVK_STATE_ANY, RVK_OBJ_ANY),
+              (Seen{{"/d", dir, active, 0}, {"/f", file, active, 5}, {"/f", file, inactive, 3}}));
+    EXPECT_EQ(seen(RVK_STATE_ACTIVE, RVK_OBJ_DIRECTORY), (Seen{{"/d", dir, active, 0}}));
+    EXPECT_EQ(seen(RVK_STATE_INACTIVE, RVK_OBJ_FILE), (Seen{{"/f", file, inactive, 3}}));
+    EXPECT_EQ(seen(RVK_STATE_ANY, RVK_OBJ_FILE),
+              (Seen{{"/f", file, active, 5}, {"/f", file, inactive, 3}}));
 }
 
 TEST_F(Objects, AbortedSendLeavesNothing) {
