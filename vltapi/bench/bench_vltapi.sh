@@ -56,6 +56,14 @@ run_store() {
         chmod 711 "$work"
         "$root/testing/pgcluster.sh" start "$work/pg" >/dev/null
         export PGPASSFILE=$work/pg/pgpass
+        # A catalog server keeps its catalog in shared memory: 512 MB (a
+        # quarter of a machine of 2 GB, the usual share) holds the 10^6
+        # objects and their indexes, where the test cluster's default of
+        # 128 MB would make the server read most pages from the system's
+        # file cache, as the embedded store does with its own.
+        "$root/testing/pgcluster.sh" sql "$work/pg" postgres \
+            "ALTER SYSTEM SET shared_buffers = '512MB'" >/dev/null
+        "$root/testing/pgcluster.sh" restart "$work/pg"
         "$root/testing/pgcluster.sh" sql "$work/pg" postgres "CREATE DATABASE bench" >/dev/null
         repository="postgresql://vltadmin@/bench?host=$work/pg/sock"
         ;;
