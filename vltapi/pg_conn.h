@@ -58,8 +58,8 @@ PgParam pgArray(const std::vector<std::string>& values);
 std::string pgBytea(const char* text, int len);
 
 // Decodes an integer in the server's text form: an optional minus sign and
-// decimal digits. A query reads millions of them; this is several times
-// faster than strtoll, which also handles bases, blanks and locales.
+// decimal digits. A query reads millions of them, and strtoll, which also
+// handles bases, blanks and locales, took a tenth of the client's time.
 int64_t pgNumber(const char* text);
 
 class PgConn {
