@@ -104,6 +104,42 @@ std::string pgBytea(const char* text, int len) {
     return out;
 }
 
+// COPY writes the backslash, the tab and the control characters that have
+// a letter as a backslash and a character: "\\", "\t", "\n" and so on.
+static char unescaped(char c) {
+    switch (c) {
+        case 'b':
+            return '\b';
+        case 'f':
+            return '\f';
+        case 'n':
+            return '\n';
+        case 'r':
+            return '\r';
+        case 't':
+            return '\t';
+        case 'v':
+            return '\v';
+        default:
+            return c;
+    }
+}
+
+void pgCopyFields(const char* row, int len, std::vector<std::string>& fields) {
+    const char* end = row + len;
+    if (end > row && end[-1] == '\n') --end;
+    size_t n = 0;
+    for (const char* at = row;; ++at) {
+        if (n == fields.size()) fields.emplace_back();
+        std::string& f = fields[n++];
+        f.clear();
+        for (; at < end && *at != '\t'; ++at)
+            f += *at != '\\' || at + 1 == end ? *at : unescaped(*++at);
+        if (at >= end) break;
+    }
+    fields.resize(n);
+}
+
 int64_t pgNumber(const char* text) {
     bool negative = *text == '-';
     if (negative) ++text;
@@ -148,6 +184,7 @@ Rc PgConn::open(const std::string& uri, const std::string& user, const std::stri
 }
 
 PgConn::~PgConn() {
+    PQfreemem(copyRow_);
     PQfinish(conn_);
 }
 
@@ -340,6 +377,52 @@ void PgConn::discard() {
     drain();
     holdingBack_ = false;
     reported_.clear();
+}
+
+Rc PgConn::copyOut(const std::string& sql, const char* what) {
+    if (Rc rc = drain()) return rc;
+    PgResult r(PQexec(conn_, sql.c_str()));
+    if (!r || PQresultStatus(r.get()) != PGRES_COPY_OUT) return failure(r.get(), what);
+    copying_ = what;
+    return RVK_RC_OK;
+}
+
+Rc PgConn::copyRow(const char*& row, int& len, bool& done) {
+    PQfreemem(copyRow_);
+    copyRow_ = nullptr;
+    done = false;
+    int n = PQgetCopyData(conn_, &copyRow_, 0);
+    if (n > 0) {
+        row = copyRow_;
+        len = n;
+        return RVK_RC_OK;
+    }
+    done = true;
+    const char* what = copying_;
+    copying_ = nullptr;
+    if (n == -2) return failure(nullptr, what);
+    Rc rc = finish(PgResult(PQgetResult(conn_)), what, nullptr);
+    while (PgResult(PQgetResult(conn_))) {
+    }
+    return rc;
+}
+
+void PgConn::stopCopy() {
+    if (!copying_) return;
+    copying_ = nullptr;
+    if (PGcancel* c = PQgetCancel(conn_)) {
+        char err[256];
+        PQcancel(c, err, sizeof err);
+        PQfreeCancel(c);
+    }
+    // A COPY that ends, by the cancel or because it was done, ends with -1;
+    // a lost connection with -2.
+    while (PQgetCopyData(conn_, &copyRow_, 0) > 0) {
+        PQfreemem(copyRow_);
+        copyRow_ = nullptr;
+    }
+    while (PgResult(PQgetResult(conn_))) {
+    }
 }
 
 std::string PgConn::quoteIdent(const std::string& name) const {
