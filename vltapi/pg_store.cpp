@@ -513,7 +513,7 @@ class PgStore : public Store {
         bool stream = q.streamed && !inTxn_ && cursors_ == 0;
         std::vector<PgParam> p;
         auto param = [&](PgParam v) {
-            if (stream) return v.binary || v.null ? std::string("NULL") : c_->quoteLiteral(v.value);
+            if (stream) return c_->quoteLiteral(v.value);
             p.push_back(std::move(v));
             return "$" + std::to_string(p.size());
         };
@@ -547,7 +547,7 @@ class PgStore : public Store {
         if (Rc rc = cursorOpened()) return rc;
         if (stream) {
             if (Rc rc = c_->copyOut("COPY (" + sql + ") TO STDOUT", "query objects")) {
-                streamClosed(true);
+                streamClosed(false);
                 return rc;
             }
             out.reset(new PgStream(this, fixed, seen));
