@@ -125,19 +125,23 @@ static char unescaped(char c) {
     }
 }
 
-void pgCopyFields(const char* row, int len, std::vector<std::string>& fields) {
-    const char* end = row + len;
+void pgCopyFields(char* row, int len, std::vector<PgField>& fields) {
+    char* end = row + len;
     if (end > row && end[-1] == '\n') --end;
-    size_t n = 0;
-    for (const char* at = row;; ++at) {
-        if (n == fields.size()) fields.emplace_back();
-        std::string& f = fields[n++];
-        f.clear();
-        for (; at < end && *at != '\t'; ++at)
-            f += *at != '\\' || at + 1 == end ? *at : unescaped(*++at);
-        if (at >= end) break;
+    fields.clear();
+    for (char* at = row;; ++at) {
+        auto* tab = static_cast<char*>(memchr(at, '\t', static_cast<size_t>(end - at)));
+        if (!tab) tab = end;
+        // Most fields hold no backslash and stay as they are; in one that
+        // does, the text from the first one on moves up as escapes shrink.
+        auto* out = static_cast<char*>(memchr(at, '\\', static_cast<size_t>(tab - at)));
+        if (!out) out = tab;
+        for (const char* in = out; in < tab; ++in)
+            *out++ = *in == '\\' && in + 1 < tab ? unescaped(*++in) : *in;
+        fields.push_back(PgField{at, static_cast<size_t>(out - at)});
+        if (tab == end) break;
+        at = tab;
     }
-    fields.resize(n);
 }
 
 int64_t pgNumber(const char* text) {
@@ -387,7 +391,7 @@ Rc PgConn::copyOut(const std::string& sql, const char* what) {
     return RVK_RC_OK;
 }
 
-Rc PgConn::copyRow(const char*& row, int& len, bool& done) {
+Rc PgConn::copyRow(char*& row, int& len, bool& done) {
     PQfreemem(copyRow_);
     copyRow_ = nullptr;
     done = false;

@@ -58,9 +58,14 @@ PgParam pgArray(const std::vector<std::string>& values);
 std::string pgBytea(const char* text, int len);
 
 // Splits a row in COPY's text form (fields separated by tabs, a newline at
-// the end) into its fields, undoing COPY's backslash escapes. The strings
-// of `fields` are reused.
-void pgCopyFields(const char* row, int len, std::vector<std::string>& fields);
+// the end) into its fields, undoing COPY's backslash escapes within the
+// row itself; `fields` point into it. A field is followed by a character
+// that is no digit, so that pgNumber reads it as it stands.
+struct PgField {
+    const char* data;
+    size_t size;
+};
+void pgCopyFields(char* row, int len, std::vector<PgField>& fields);
 
 // Decodes an integer in the server's text form: an optional minus sign and
 // decimal digits. A query reads millions of them, and strtoll, which also
@@ -122,7 +127,7 @@ class PgConn {
     Rc copyOut(const std::string& sql, const char* what);
     // The next row in COPY's text form, valid until the next call; `done`
     // after the last, when the statement's own result has been read.
-    Rc copyRow(const char*& row, int& len, bool& done);
+    Rc copyRow(char*& row, int& len, bool& done);
     // Ends a COPY before its last row: the server is asked to cancel it and
     // what it still sends is dropped. Its transaction has then failed.
     void stopCopy();

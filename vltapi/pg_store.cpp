@@ -169,14 +169,12 @@ std::string queriedColumns(const FixedColumns& f) {
 
 // The fields of a row of a COPY, read like a Row.
 struct CopyRow {
-    const std::vector<std::string>& f;
-    void text(int c, std::string& to) const { to = f[static_cast<size_t>(c)]; }
-    int64_t num(int c) const { return pgNumber(f[static_cast<size_t>(c)].c_str()); }
-    bool flag(int c) const { return f[static_cast<size_t>(c)][0] == 't'; }
-    std::string bytes(int c) const {
-        const std::string& v = f[static_cast<size_t>(c)];
-        return pgBytea(v.data(), static_cast<int>(v.size()));
-    }
+    const std::vector<PgField>& f;
+    const PgField& at(int c) const { return f[static_cast<size_t>(c)]; }
+    void text(int c, std::string& to) const { to.assign(at(c).data, at(c).size); }
+    int64_t num(int c) const { return pgNumber(at(c).data); }
+    bool flag(int c) const { return at(c).data[0] == 't'; }
+    std::string bytes(int c) const { return pgBytea(at(c).data, static_cast<int>(at(c).size)); }
 };
 
 // Strings are assigned in place: the caller passes the same record for a
@@ -238,7 +236,7 @@ class PgStream : public ObjectCursor {
     PgStore* store_;
     FixedColumns fixed_;
     SeenIds* seen_;
-    std::vector<std::string> fields_;
+    std::vector<PgField> fields_;
     bool done_ = false;
     Rc failed_ = RVK_RC_OK;
 };
@@ -856,7 +854,7 @@ PgStream::~PgStream() {
 Rc PgStream::next(ObjectRecord& o, bool& have) {
     have = false;
     if (done_) return failed_;
-    const char* row = nullptr;
+    char* row = nullptr;
     int len = 0;
     failed_ = store_->conn().copyRow(row, len, done_);
     if (failed_ || done_) return failed_;
