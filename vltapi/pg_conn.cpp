@@ -404,8 +404,9 @@ Rc PgConn::copyRow(char*& row, int& len, bool& done) {
     done = true;
     const char* what = copying_;
     copying_ = nullptr;
-    if (n == -2) return failure(nullptr, what);
-    Rc rc = finish(PgResult(PQgetResult(conn_)), what, nullptr);
+    // -1: the end, the statement's result (maybe an error) follows; -2: the
+    // connection failed.
+    Rc rc = n == -2 ? failure(nullptr, what) : finish(PgResult(PQgetResult(conn_)), what, nullptr);
     while (PgResult(PQgetResult(conn_))) {
     }
     return rc;

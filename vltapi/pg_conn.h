@@ -59,8 +59,9 @@ std::string pgBytea(const char* text, int len);
 
 // Splits a row in COPY's text form (fields separated by tabs, a newline at
 // the end) into its fields, undoing COPY's backslash escapes within the
-// row itself; `fields` point into it. A field is followed by a character
-// that is no digit, so that pgNumber reads it as it stands.
+// row itself; `fields` point into it. A field without a backslash ends at
+// a tab, the newline or the row's closing NUL, so that pgNumber reads a
+// number field as it stands.
 struct PgField {
     const char* data;
     size_t size;
