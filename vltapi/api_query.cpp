@@ -122,6 +122,8 @@ Rc nextBackup(Session& s, rvkQryRespBackup* r) {
             }
             ObjectQuery oq = q.base;
             oq.fsId = q.fileSpaces[q.fsIndex].id;
+            // A session in a query answers nothing but the query's calls.
+            oq.streamed = true;
             if (Rc rc = s.store->openObjects(oq, q.cursor))
                 return storeFailure(s, rc, "query: open");
         }
