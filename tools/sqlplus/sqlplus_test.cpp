@@ -185,18 +185,12 @@ TEST_F(SqlPlusSim, ReadySpoolIsKeptOnceThenHandedOverAfterTheLogon) {
     EXPECT_NE(readFile(spool).find("second"), std::string::npos);
 }
 
-TEST_F(SqlPlusSim, LoadingIsAllOrNothingAndUsageNamesTheTool) {
+TEST_F(SqlPlusSim, LoadingIsAllOrNothing) {
     RunResult bad = sim("--sim-load rcat", "good\t2011-01-01 00:00:00\nbad\t2011-02-30 00:00:00\n");
     EXPECT_EQ(bad.status, 1);
     EXPECT_NE(bad.err.find("line 2"), std::string::npos) << bad.err;
     ASSERT_EQ(sim(script("rman/secret@rcat", "1/1/1990", "12/31/2030")).status, 0);
     EXPECT_NE(readFile(spool).find("no rows selected"), std::string::npos);
-
-    RunResult help = sim("--sim-help");
-    EXPECT_EQ(help.status, 0);
-    EXPECT_EQ(help.out.rfind("SQL*Plus simulator for zebosync tests and demo", 0), 0u);
-    RunResult bare = sim("");
-    EXPECT_EQ(bare.out, help.out);
 }
 
 // Date literals read with the session's format, as the query's filter sees them.
