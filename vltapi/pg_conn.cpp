@@ -420,6 +420,9 @@ void PgConn::stopCopy() {
         PQcancel(c, err, sizeof err);
         PQfreeCancel(c);
     }
+    // The row last handed out is no longer looked at.
+    PQfreemem(copyRow_);
+    copyRow_ = nullptr;
     // A COPY that ends, by the cancel or because it was done, ends with -1;
     // a lost connection with -2.
     while (PQgetCopyData(conn_, &copyRow_, 0) > 0) {
