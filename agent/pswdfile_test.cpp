@@ -71,10 +71,7 @@ TEST_F(PswdFileTest, PasswordsRoundTripThroughTheLibraryCipher) {
         ASSERT_EQ(0, stat(dir_.file("pw/ZEBO.NODE1").c_str(), &status));
         EXPECT_EQ(0644u, status.st_mode & 0777);
 
-        char back[ZEBO_PSWD_BUFFER_SIZE];
-        memset(back, '?', sizeof back);
-        ASSERT_EQ(0, psReadPswd(back, &context_));
-        EXPECT_EQ(password, back);
+        EXPECT_EQ(password, readBack());
     }
     // The key is made from the node: another node cannot read the file.
     ASSERT_EQ(0, pszeboUpdatePswd("twelve-chars", &context_));
@@ -203,9 +200,6 @@ TEST_F(PswdFileTest, ReadingRestoresTheModeThroughTheFile) {
 
 TEST_F(PswdFileTest, CopiedFileGivesNothingUnderAnotherInstallation) {
     ASSERT_EQ(0, pszeboUpdatePswd("twelve-chars", &context_));
-    struct stat status;
-    ASSERT_EQ(0, stat(dir_.file("api/vltapi.key").c_str(), &status));
-    EXPECT_EQ(0600u, status.st_mode & 0777);
     std::string copy = readFile(dir_.file("pw/ZEBO.NODE1"));
 
     // The same file under another installation of the library.

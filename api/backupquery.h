@@ -80,17 +80,23 @@ class BackupQuery {
         return calls_.begin(handle_, RVK_QRY_BACKUP, &request_);
     }
 
-    // Fetches the next object into object(), cleared first. Returns the
+    // Fetches the next object into object(), which the server fills (the
+    // library clears it first; nothing but its version is set here, as a
+    // record is about 3 KB and a query may run to millions). Returns the
     // server's code: RVK_RC_MORE_DATA with an object; RVK_RC_FINISHED after
     // the last, RVK_RC_NO_MATCH when nothing matched, or a failure.
-    int next() {
-        memset(&object_, 0, sizeof object_);
-        object_.stVersion = RVK_QRYRESPBACKUP_VERSION;
+    int next() { return nextInto(&object_); }
+
+    // next() into the caller's record *objectP instead of object(): a
+    // reader that keeps objects for later fetches straight into its own
+    // storage, without a copy.
+    int nextInto(rvkQryRespBackup* objectP) {
+        objectP->stVersion = RVK_QRYRESPBACKUP_VERSION;
         rvkDataBlk block;
         memset(&block, 0, sizeof block);
         block.stVersion = RVK_DATABLK_VERSION;
-        block.bufferLen = sizeof object_;
-        block.bufferPtr = reinterpret_cast<char*>(&object_);
+        block.bufferLen = sizeof *objectP;
+        block.bufferPtr = reinterpret_cast<char*>(objectP);
         last_ = calls_.next(handle_, &block);
         return last_;
     }

@@ -24,7 +24,6 @@
 #define ZEBO_API_DRVKAPI_H
 
 #include <stdint.h>
-#include <string.h>
 
 #include "api/dbaseapi.h"
 #include "vltapi/include/rvkapi.h"
@@ -37,16 +36,6 @@ enum {
 
 // The API level the program was built for: version 5, release 5, level 0.
 #define DRVK_COMPILE_LEVEL 55000
-
-// A zeroed API record of structure version `version`, the way every call
-// wants its records.
-template <typename Record>
-Record rvkRecord(uint16_t version) {
-    Record r;
-    memset(&r, 0, sizeof r);
-    r.stVersion = version;
-    return r;
-}
 
 // The API version the program was built for (5.5.0.0), as the log-on
 // passes it.

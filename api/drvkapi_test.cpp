@@ -81,7 +81,11 @@ TEST_F(WrapperTest, CompatibilityNeedsLevel55000) {
 }
 
 TEST_F(WrapperTest, TerminateWithoutSessionCallsNothing) {
-    // The library would answer 113 (no such session) for handle 0.
+    // The library would answer 113 (no such session) for handle 0. Untraced,
+    // a call leaves the stopwatch alone; traced, it runs.
+    EXPECT_EQ(RVK_RC_INVALID_HANDLE, loader_.drvkTerminate(&status_, 12345));
+    EXPECT_EQ(0u, status_.startTime.sec);
+    TraceToFile trace({&TR_API});
     EXPECT_EQ(0, loader_.drvkTerminate(&status_, 0));
     EXPECT_EQ(0, loader_.Logoff(&status_, 0));
     EXPECT_EQ(0u, status_.startTime.sec);

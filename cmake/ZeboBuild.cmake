@@ -65,3 +65,12 @@ function(zebo_tests name)
   endif()
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120 WORKING_DIRECTORY ${CMAKE_BINARY_DIR})
 endfunction()
+
+# The test program of the current folder: every *_test.cpp there and the
+# folder's test helpers (*testutil.cpp); the other arguments as for
+# zebo_tests (LIBS ...). A new test file needs no change here.
+function(zebo_folder_tests name)
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*_test.cpp
+       ${CMAKE_CURRENT_SOURCE_DIR}/*testutil.cpp)
+  zebo_tests(${name} SOURCES ${sources} ${ARGN})
+endfunction()

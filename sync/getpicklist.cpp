@@ -4,6 +4,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <unistd.h>
 
 #include <initializer_list>
 
@@ -13,6 +14,7 @@
 #include "common/nls/nls.h"
 #include "common/ut/trace.h"
 #include "sync/apireport.h"
+#include "sync/objectfetch.h"
 #include "sync/progress.h"
 #include "sync/tempfiles.h"
 #include "sync/visible.h"
@@ -164,16 +166,25 @@ int examine(OrphanScan* scan, rvkQryRespBackup* obj) {
     return added;
 }
 
+// The fetch calls may run on a thread of their own unless the wrapper
+// traces them (its lines would mix with this search's own), and only where
+// a second processor can run it.
+bool fetchAhead() {
+    return !TR_API && !TR_PERFORMANCE && sysconf(_SC_NPROCESSORS_ONLN) > 1;
+}
+
 // Fetches and examines until the query ends. Returns false when an orphan
 // could not be stored (after the message and the exit trace, the query
 // left open); the fetch's last code is in query->lastRc().
 bool scanObjects(BackupQuery* query, OrphanScan* scan) {
     UtProgress progress(PROGRESS_EXAMINING);
-    while (query->next() == RVK_RC_MORE_DATA) {
+    ObjectFetcher fetcher(query, fetchAhead());
+    while (rvkQryRespBackup* obj = fetcher.next()) {
         ++scan->examined;
         progress.update(scan->examined);
-        int added = examine(scan, &query->object());
+        int added = examine(scan, obj);
         if (added == 0) continue;
+        fetcher.stop();
         progress.end();
         char* text = nlFormatText(MSG_NO_MEMORY);
         utReportText(text != nullptr ? text : "");

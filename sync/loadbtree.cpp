@@ -5,30 +5,14 @@
 #include <string.h>
 #include <unistd.h>
 
-#include <string>
-#include <vector>
-
 #include "common/nls/nls.h"
 #include "common/ut/trace.h"
 #include "sync/phasetime.h"
 #include "sync/progress.h"
 #include "sync/sigcleanup.h"
-#include "sync/strtoken.h"
-#include "sync/wrappedhandle.h"
+#include "sync/spoolkeys.h"
 
 namespace {
-
-// SQL*Plus's closing line of a query: "no rows selected", "1 row
-// selected.", "12 rows selected.". Its first word is loaded like any other
-// (it matches no object's name), but it is not a handle of the catalog and
-// does not count as one.
-bool feedbackLine(const char* line) {
-    if (strncmp(line, "no rows selected", 16) == 0) return true;
-    size_t digits = strspn(line, "0123456789");
-    if (digits == 0) return false;
-    return strncmp(line + digits, " row selected.", 14) == 0 ||
-           strncmp(line + digits, " rows selected.", 15) == 0;
-}
 
 void finish(FILE* spool, const char* spoolPath) {
     fclose(spool);
@@ -53,30 +37,25 @@ int16_t utLoadBTree(const char* spoolPath, BTree* index, unsigned long* handlesR
         return LOAD_SPOOL_UNREADABLE;
     }
 
-    char line[LOAD_PIECE_SIZE + 1];
     unsigned long stored = 0;
     unsigned long read = 0;
-    UtWrappedHandles wrapped;
-    std::vector<std::string> keys;
+    // The spool is cut into keys on a second thread where a second
+    // processor can run it.
+    UtSpoolKeys keys(spool, sysconf(_SC_NPROCESSORS_ONLN) > 1);
     UtProgress progress(PROGRESS_LOADING);
-    while (fgets(line, sizeof line, spool) != nullptr) {
-        bool feedback = feedbackLine(line);
-        char* save = nullptr;
-        char* handle = utStrTok(line, " ,\n\t", &save);
-        // Every line goes through, so that a line without a handle ends a
-        // handle broken over several lines.
-        wrapped.next(handle, &keys);
-        if (handle == nullptr || strcmp(handle, "Session") == 0) continue;
+    bool feedback = false;
+    while (keys.nextLine(&feedback)) {
         if (!feedback) ++read;
         progress.update(read);
         // The line's own token first, then the joins with the full lines
         // before it (wrappedhandle.h).
-        for (const std::string& key : keys) {
-            int rc = IsertItem(index, key.c_str(), static_cast<uint32_t>(key.size() + 1),
-                               utInsertFilename, utFindFilename);
+        while (const char* key = keys.nextKey()) {
+            int rc = IsertItem(index, key, static_cast<uint32_t>(strlen(key) + 1), utInsertFilename,
+                               utFindFilename);
             if (rc == DUP_VAL) {
                 TRACE(TR_ORCLEVEL2, " %s: - duplicate value in bTree\n", fn);
             } else if (rc != 0) {
+                keys.stop();
                 progress.end();
                 TRACE(TR_ORCLEVEL0, " %s: Exit - unknown error in bTree. rc = %d\n\n", fn, rc);
                 finish(spool, spoolPath);

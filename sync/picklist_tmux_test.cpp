@@ -125,6 +125,16 @@ std::string ruler(const std::string& screen) {
     return "";
 }
 
+// Types each command of `steps` in turn and checks what `read` makes of
+// the page that follows it.
+template <typename Expected, size_t N, typename Read>
+void expectAfterEach(Tmux& window, const std::pair<const char*, Expected> (&steps)[N], Read read) {
+    for (const auto& step : steps) {
+        ASSERT_TRUE(window.command(step.first)) << step.first << "\n" << window.screen();
+        EXPECT_EQ(step.second, read(window.screen())) << "after " << step.first;
+    }
+}
+
 class PickListTmuxTest : public ::testing::Test {
   protected:
     void SetUp() override {
@@ -194,10 +204,7 @@ TEST_F(PickListTmuxTest, MarkingAnswers) {
         {"3:7-", ""}, {"3:7", "7"}, {"+", "1 2 3 4 5 6 7 8 9 10"},
         {"-5", ""},
     };
-    for (const auto& step : steps) {
-        ASSERT_TRUE(window.command(step.first)) << step.first << "\n" << window.screen();
-        EXPECT_EQ(step.second, marked(window.screen())) << "after " << step.first;
-    }
+    expectAfterEach(window, steps, marked);
 }
 
 TEST_F(PickListTmuxTest, ScrollingGoingToAndPagingAtBothEnds) {
@@ -220,10 +227,7 @@ TEST_F(PickListTmuxTest, ScrollingGoingToAndPagingAtBothEnds) {
         {"G 0", 1}, {"G 21", 1}, {"G 5", 5}, {"T", 1}, {"U", 1}, {"D", 14}, {"D", 14},
         {"B", 14},  {"U", 1},    {"B", 8},   {"B", 8}, {"D", 8}, {"t", 1},
     };
-    for (const auto& move : moves) {
-        ASSERT_TRUE(window.command(move.first)) << move.first << "\n" << window.screen();
-        EXPECT_EQ(move.second, firstEntry(window.screen())) << "after " << move.first;
-    }
+    expectAfterEach(window, moves, firstEntry);
 }
 
 TEST_F(PickListTmuxTest, AfterADeletionTheListOpensWithoutMarks) {

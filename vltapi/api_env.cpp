@@ -103,14 +103,10 @@ extern "C" int16_t rvkQueryCliOptions(rvkCliOptions* out) {
     if (!env.setUp) return RVK_RC_NOT_SET_UP;
     Options o;
     if (Rc rc = loadOptions(env.optFile, nullptr, o)) return rc;
-    rvkCliOptions r;
-    memset(&r, 0, sizeof r);
-    r.stVersion = RVK_CLIOPTIONS_VERSION;
-    if (!copyField(r.apiDir, sizeof r.apiDir, env.apiDir) ||
-        !copyField(r.optFile, sizeof r.optFile, env.optFile) ||
-        !copyField(r.serverName, sizeof r.serverName, o.serverName) ||
-        !copyField(r.serverAddress, sizeof r.serverAddress, o.repository) ||
-        !copyField(r.nodeName, sizeof r.nodeName, o.nodeName))
+    auto r = rvkRecord<rvkCliOptions>(RVK_CLIOPTIONS_VERSION);
+    if (!copyField(r.apiDir, env.apiDir) || !copyField(r.optFile, env.optFile) ||
+        !copyField(r.serverName, o.serverName) || !copyField(r.serverAddress, o.repository) ||
+        !copyField(r.nodeName, o.nodeName))
         return RVK_RC_STRING_TOO_LONG;
     r.commMethod = 0;
     r.compression = o.compression ? 1 : 0;

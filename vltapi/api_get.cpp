@@ -47,8 +47,7 @@ Rc deliver(Session& s, rvkDataBlk* b) {
 }
 
 Rc checkBlk(const rvkDataBlk* b) {
-    if (!b || !b->bufferPtr) return RVK_RC_NULL_POINTER;
-    if (b->stVersion != RVK_DATABLK_VERSION) return RVK_RC_BAD_STVERSION;
+    if (Rc rc = checkRecord(b, RVK_DATABLK_VERSION, &rvkDataBlk::bufferPtr)) return rc;
     if (b->bufferLen == 0) return RVK_RC_BUFFER_TOO_SMALL;
     return RVK_RC_OK;
 }

@@ -19,7 +19,6 @@ Rc loadOptions(const std::string& optFile, const char* optString, Options& o);
 // (RVKI_DIR, else the install folder).
 std::string apiDirectory();
 
-// Checks a NUL-terminated string argument against a maximum length.
 // RVK_RC_NULL_POINTER for a missing record, RVK_RC_BAD_STVERSION for one of
 // another structure version, else 0.
 template <typename Record>
@@ -28,6 +27,15 @@ Rc checkRecord(const Record* r, uint16_t version) {
     return r->stVersion == version ? RVK_RC_OK : RVK_RC_BAD_STVERSION;
 }
 
+// The same for a record that must carry a pointer (`required`): a record
+// without it is as good as none, whatever its version.
+template <typename Record, typename Pointer>
+Rc checkRecord(const Record* r, uint16_t version, Pointer Record::*required) {
+    if (r && !(r->*required)) return RVK_RC_NULL_POINTER;
+    return checkRecord(r, version);
+}
+
+// Checks a NUL-terminated string argument against a maximum length.
 inline bool fits(const char* s, size_t max) {
     return s == nullptr || boundedLen(s, max) <= max;
 }

@@ -107,7 +107,7 @@ Rc authenticate(Session& s, const Options& o, const std::string& nodeName,
 void fillInitOut(const ServerSettings& st, rvkInitExOut* out) {
     out->userNameAuthorities = RVK_AUTH_NODE;
     out->infoRC = 0;
-    copyTruncated(out->serverName, sizeof out->serverName, st.serverName);
+    copyTruncated(out->serverName, st.serverName);
     out->serverVer = static_cast<uint16_t>(st.serverVer);
     out->serverRel = static_cast<uint16_t>(st.serverRel);
     out->serverLev = static_cast<uint16_t>(st.serverLev);
@@ -234,71 +234,82 @@ extern "C" int16_t rvkChangePW(uint32_t handle, char* oldPW, char* newPW) {
     return RVK_RC_OK;
 }
 
-extern "C" int16_t rvkQuerySessInfo(uint32_t handle, rvkSessInfo* info) {
-    RVK_ENTRY(QuerySessInfo);
+namespace {
+
+// The answer of a session query: the session (also one whose password has
+// expired) and the caller's record are checked, `fill` writes a zeroed
+// record of that version, and the caller gets it only when `fill` succeeded.
+template <typename Record, typename Fill>
+Rc answerSessionQuery(uint32_t handle, Record* out, uint16_t version, Fill fill) {
     SessionRef s(handle, true);
     if (s.rc()) return s.rc();
-    if (Rc rc = checkRecord(info, RVK_SESSINFO_VERSION)) return rc;
+    if (Rc rc = checkRecord(out, version)) return rc;
+    auto r = rvkRecord<Record>(version);
+    if (Rc rc = fill(*s, r)) return rc;
+    *out = r;
+    return RVK_RC_OK;
+}
+
+Rc fillSessInfo(Session& s, rvkSessInfo& r) {
     // Outside a transaction the settings are read afresh, so that a change
     // by the administrator shows at once.
-    if (s->state == State::Idle) {
-        if (Rc rc = s->store->readSettings(s->settings))
-            return storeFailure(*s, rc, "session information");
+    if (s.state == State::Idle) {
+        if (Rc rc = s.store->readSettings(s.settings))
+            return storeFailure(s, rc, "session information");
     }
-    const ServerSettings& st = s->settings;
-    rvkSessInfo r;
-    memset(&r, 0, sizeof r);
-    r.stVersion = RVK_SESSINFO_VERSION;
-    copyTruncated(r.serverHost, sizeof r.serverHost, st.serverHost);
+    const ServerSettings& st = s.settings;
+    copyTruncated(r.serverHost, st.serverHost);
     r.serverPort = static_cast<uint16_t>(st.serverPort);
     dateToRvk(nowDate(), &r.serverDate);
-    copyTruncated(r.serverType, sizeof r.serverType, st.serverType);
+    copyTruncated(r.serverType, st.serverType);
     r.serverVer = static_cast<int16_t>(st.serverVer);
     r.serverRel = static_cast<int16_t>(st.serverRel);
     r.serverLev = static_cast<int16_t>(st.serverLev);
     r.serverSubLev = static_cast<int16_t>(st.serverSubLev);
-    copyTruncated(r.nodeType, sizeof r.nodeType, s->appType);
+    copyTruncated(r.nodeType, s.appType);
     r.fsDelim = '/';
     r.hlDelim = '/';
-    r.compression = s->options.compression ? 1 : 0;
-    r.archDel = s->node.archDel ? 1 : 0;
-    r.backDel = s->node.backDel ? 1 : 0;
+    r.compression = s.options.compression ? 1 : 0;
+    r.archDel = s.node.archDel ? 1 : 0;
+    r.backDel = s.node.backDel ? 1 : 0;
     r.maxBytesPerTxn = st.maxBytesPerTxn;
     r.maxObjPerTxn = st.maxObjPerTxn;
-    copyTruncated(r.id, sizeof r.id, s->node.name);
-    copyTruncated(r.owner, sizeof r.owner, s->owner);
-    copyTruncated(r.confFile, sizeof r.confFile, s->options.optFile);
+    copyTruncated(r.id, s.node.name);
+    copyTruncated(r.owner, s.owner);
+    copyTruncated(r.confFile, s.options.optFile);
     r.opNoTrace = 1;
-    copyTruncated(r.domainName, sizeof r.domainName, st.domain);
-    copyTruncated(r.policySetName, sizeof r.policySetName, st.policySet);
+    copyTruncated(r.domainName, st.domain);
+    copyTruncated(r.policySetName, st.policySet);
     dateToRvk(st.created, &r.polActDate);
-    copyTruncated(r.dfltMCName, sizeof r.dfltMCName, st.mgmtClass);
+    copyTruncated(r.dfltMCName, st.mgmtClass);
     r.backRetention = static_cast<uint16_t>(st.backRetention);
     r.archRetention = static_cast<uint16_t>(st.archRetention);
-    copyTruncated(r.serverName, sizeof r.serverName, st.serverName);
-    *info = r;
+    copyTruncated(r.serverName, st.serverName);
     return RVK_RC_OK;
+}
+
+Rc fillSessOptions(Session& s, rvkSessOptions& r) {
+    const Options& o = s.options;
+    copyTruncated(r.apiDir, s.apiDir);
+    copyTruncated(r.optFile, o.optFile);
+    copyTruncated(r.serverName, o.serverName.empty() ? s.settings.serverName : o.serverName);
+    r.commMethod = 0;
+    copyTruncated(r.serverAddress, o.repository);
+    copyTruncated(r.nodeName, s.node.name);
+    r.compression = o.compression ? 1 : 0;
+    r.compressAlways = 1;
+    r.passwordAccess = static_cast<uint8_t>(o.passwordAccess);
+    return RVK_RC_OK;
+}
+
+}  // namespace
+
+extern "C" int16_t rvkQuerySessInfo(uint32_t handle, rvkSessInfo* info) {
+    RVK_ENTRY(QuerySessInfo);
+    return answerSessionQuery(handle, info, RVK_SESSINFO_VERSION, fillSessInfo);
 }
 
 extern "C" int16_t rvkQuerySessOptions(uint32_t handle, rvkSessOptions* options) {
     RVK_ENTRY(QuerySessOptions);
-    SessionRef s(handle, true);
-    if (s.rc()) return s.rc();
-    if (Rc rc = checkRecord(options, RVK_SESSOPTIONS_VERSION)) return rc;
-    const Options& o = s->options;
-    rvkSessOptions r;
-    memset(&r, 0, sizeof r);
-    r.stVersion = RVK_SESSOPTIONS_VERSION;
-    copyTruncated(r.apiDir, sizeof r.apiDir, s->apiDir);
-    copyTruncated(r.optFile, sizeof r.optFile, o.optFile);
-    copyTruncated(r.serverName, sizeof r.serverName,
-                  o.serverName.empty() ? s->settings.serverName : o.serverName);
-    r.commMethod = 0;
-    copyTruncated(r.serverAddress, sizeof r.serverAddress, o.repository);
-    copyTruncated(r.nodeName, sizeof r.nodeName, s->node.name);
-    r.compression = o.compression ? 1 : 0;
-    r.compressAlways = 1;
-    r.passwordAccess = static_cast<uint8_t>(o.passwordAccess);
-    *options = r;
-    return RVK_RC_OK;
+    return answerSessionQuery(handle, options, RVK_SESSOPTIONS_VERSION, fillSessOptions);
 }

@@ -15,8 +15,7 @@ extern "C" int16_t rvkLogEventEx(uint32_t handle, rvkLogEventIn* in, rvkLogEvent
     RVK_ENTRY(LogEventEx);
     SessionRef s(handle);
     if (s.rc()) return s.rc();
-    if (!in || !in->message) return RVK_RC_NULL_POINTER;
-    if (in->stVersion != RVK_LOGEVENTIN_VERSION) return RVK_RC_BAD_STVERSION;
+    if (Rc rc = checkRecord(in, RVK_LOGEVENTIN_VERSION, &rvkLogEventIn::message)) return rc;
     if (out && out->stVersion != RVK_LOGEVENTOUT_VERSION) return RVK_RC_BAD_STVERSION;
     if (in->severity > RVK_SEV_SEVERE || in->logType > RVK_LOG_BOTH) return RVK_RC_INVALID_ARGUMENT;
     if (strnlen(in->appMsgId, sizeof in->appMsgId) >= sizeof in->appMsgId ||

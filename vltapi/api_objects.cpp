@@ -114,8 +114,7 @@ extern "C" int16_t rvkRegisterFS(uint32_t handle, rvkRegFSData* regFS) {
     RVK_ENTRY(RegisterFS);
     SessionRef s(handle);
     if (Rc rc = s.rcIn(State::Idle)) return rc;
-    if (!regFS || !regFS->fsName) return RVK_RC_NULL_POINTER;
-    if (regFS->stVersion != RVK_REGFSDATA_VERSION) return RVK_RC_BAD_STVERSION;
+    if (Rc rc = checkRecord(regFS, RVK_REGFSDATA_VERSION, &rvkRegFSData::fsName)) return rc;
     if (!fits(regFS->fsName, RVK_FS_NAME_MAX) || !fits(regFS->fsType, RVK_FS_TYPE_MAX) ||
         regFS->fsInfoLen > RVK_FS_INFO_MAX)
         return RVK_RC_STRING_TOO_LONG;
@@ -208,10 +207,10 @@ extern "C" int16_t rvkBindMC(uint32_t handle, rvkObjName* objName, uint8_t sendT
     if (Rc rc = checkExactName(*objName)) return rc;
     memset(key, 0, sizeof *key);
     key->stVersion = RVK_MCBINDKEY_VERSION;
-    copyTruncated(key->mcName, sizeof key->mcName, s->settings.mgmtClass);
+    copyTruncated(key->mcName, s->settings.mgmtClass);
     key->backupCGExists = RVK_TRUE;
     key->archiveCGExists = RVK_FALSE;
-    copyTruncated(key->backupCopyDest, sizeof key->backupCopyDest, "BACKUPPOOL");
+    copyTruncated(key->backupCopyDest, "BACKUPPOOL");
     return RVK_RC_OK;
 }
 

@@ -15,8 +15,8 @@ bool fieldFits(const char* field, size_t size) {
 void fillFsResponse(const FsRecord& f, rvkQryRespFS* r) {
     memset(r, 0, sizeof *r);
     r->stVersion = RVK_QRYRESPFS_VERSION;
-    copyTruncated(r->fsName, sizeof r->fsName, f.name);
-    copyTruncated(r->fsType, sizeof r->fsType, f.type);
+    copyTruncated(r->fsName, f.name);
+    copyTruncated(r->fsType, f.type);
     r->occupancy = u64ToRvk(f.occupancy);
     r->capacity = u64ToRvk(f.capacity);
     dateToRvk(f.regDate, &r->regDate);
@@ -27,21 +27,23 @@ void fillFsResponse(const FsRecord& f, rvkQryRespFS* r) {
     r->fsInfoLen = static_cast<uint16_t>(n);
 }
 
+// Every field is written, but the names only up to their terminators: the
+// record is some 3 KB, mostly room that a name leaves unused, and clearing it
+// all cost a query of a million objects a fifth of its time.
 void fillBackupResponse(const ObjectRecord& o, const std::string& fsName, rvkQryRespBackup* r) {
-    memset(r, 0, sizeof *r);
     r->stVersion = RVK_QRYRESPBACKUP_VERSION;
-    copyTruncated(r->objName.fs, sizeof r->objName.fs, fsName);
-    copyTruncated(r->objName.hl, sizeof r->objName.hl, o.hl);
-    copyTruncated(r->objName.ll, sizeof r->objName.ll, o.ll);
+    copyTruncated(r->objName.fs, fsName);
+    copyTruncated(r->objName.hl, o.hl);
+    copyTruncated(r->objName.ll, o.ll);
     r->objName.objType = static_cast<uint8_t>(o.type);
-    copyTruncated(r->owner, sizeof r->owner, o.owner);
+    copyTruncated(r->owner, o.owner);
     r->objId = u64ToRvk(o.id);
     dateToRvk(o.insDate, &r->insDate);
     dateToRvk(o.deactDate, &r->expDate);
     r->sizeEstimate = u64ToRvk(o.size);
     r->objState = static_cast<uint8_t>(o.state);
     r->hasData = o.hasData ? RVK_TRUE : RVK_FALSE;
-    copyTruncated(r->mcName, sizeof r->mcName, o.mc);
+    copyTruncated(r->mcName, o.mc);
     size_t n = o.info.size() < sizeof r->objInfo ? o.info.size() : sizeof r->objInfo;
     memcpy(r->objInfo, o.info.data(), n);
     r->objInfoLen = static_cast<uint16_t>(n);
@@ -120,6 +122,8 @@ Rc nextBackup(Session& s, rvkQryRespBackup* r) {
             }
             ObjectQuery oq = q.base;
             oq.fsId = q.fileSpaces[q.fsIndex].id;
+            // A session in a query answers nothing but the query's calls.
+            oq.streamed = true;
             if (Rc rc = s.store->openObjects(oq, q.cursor))
                 return storeFailure(s, rc, "query: open");
         }
@@ -159,8 +163,7 @@ extern "C" int16_t rvkGetNextQObj(uint32_t handle, rvkDataBlk* dataBlk) {
     RVK_ENTRY(GetNextQObj);
     SessionRef s(handle);
     if (Rc rc = s.rcIn(State::Query)) return rc;
-    if (!dataBlk || !dataBlk->bufferPtr) return RVK_RC_NULL_POINTER;
-    if (dataBlk->stVersion != RVK_DATABLK_VERSION) return RVK_RC_BAD_STVERSION;
+    if (Rc rc = checkRecord(dataBlk, RVK_DATABLK_VERSION, &rvkDataBlk::bufferPtr)) return rc;
     dataBlk->numBytes = 0;
     if (s->query.type == RVK_QRY_BACKUP) {
         if (dataBlk->bufferLen < sizeof(rvkQryRespBackup)) return RVK_RC_BUFFER_TOO_SMALL;

@@ -30,6 +30,14 @@ static std::string unquote(const std::string& v) {
     return v;
 }
 
+// For a keyword that takes one of two words (upper case): 0 for the first,
+// 1 for the second, -1 for any other value.
+static int wordIndex(const std::string& upperValue, const char* first, const char* second) {
+    if (upperValue == first) return 0;
+    if (upperValue == second) return 1;
+    return -1;
+}
+
 // Sets one option; `baseDir` resolves relative paths. Returns an error text
 // or "" when it was accepted.
 static std::string setOption(Options& o, const std::string& keyword, const std::string& rawValue,
@@ -50,22 +58,16 @@ static std::string setOption(Options& o, const std::string& keyword, const std::
             return "NODENAME needs a name of 1 to 63 characters";
         o.nodeName = upper(value);
     } else if (key == "PASSWORDACCESS") {
-        if (uv == "PROMPT")
-            o.passwordAccess = RVK_PASSWD_PROMPT;
-        else if (uv == "GENERATE")
-            o.passwordAccess = RVK_PASSWD_GENERATE;
-        else
-            return "PASSWORDACCESS must be PROMPT or GENERATE";
+        int word = wordIndex(uv, "PROMPT", "GENERATE");
+        if (word < 0) return "PASSWORDACCESS must be PROMPT or GENERATE";
+        o.passwordAccess = word == 0 ? RVK_PASSWD_PROMPT : RVK_PASSWD_GENERATE;
     } else if (key == "PASSWORDDIR") {
         if (value.empty()) return "PASSWORDDIR needs a folder";
         o.passwordDir = resolve(value, baseDir);
     } else if (key == "COMPRESSION") {
-        if (uv == "YES")
-            o.compression = true;
-        else if (uv == "NO")
-            o.compression = false;
-        else
-            return "COMPRESSION must be YES or NO";
+        int word = wordIndex(uv, "NO", "YES");
+        if (word < 0) return "COMPRESSION must be YES or NO";
+        o.compression = word == 1;
     } else if (key == "BUSYTIMEOUT") {
         char* end = nullptr;
         long v = strtol(value.c_str(), &end, 10);

@@ -104,6 +104,55 @@ std::string pgBytea(const char* text, int len) {
     return out;
 }
 
+// COPY writes the backslash, the tab and the control characters that have
+// a letter as a backslash and a character: "\\", "\t", "\n" and so on.
+static char unescaped(char c) {
+    switch (c) {
+        case 'b':
+            return '\b';
+        case 'f':
+            return '\f';
+        case 'n':
+            return '\n';
+        case 'r':
+            return '\r';
+        case 't':
+            return '\t';
+        case 'v':
+            return '\v';
+        default:
+            return c;
+    }
+}
+
+void pgCopyFields(char* row, int len, std::vector<PgField>& fields) {
+    char* end = row + len;
+    if (end > row && end[-1] == '\n') --end;
+    fields.clear();
+    for (char* at = row;; ++at) {
+        auto* tab = static_cast<char*>(memchr(at, '\t', static_cast<size_t>(end - at)));
+        if (!tab) tab = end;
+        // Most fields hold no backslash and stay as they are; in one that
+        // does, the text from the first one on moves up as escapes shrink.
+        auto* out = static_cast<char*>(memchr(at, '\\', static_cast<size_t>(tab - at)));
+        if (!out) out = tab;
+        for (const char* in = out; in < tab; ++in)
+            *out++ = *in == '\\' && in + 1 < tab ? unescaped(*++in) : *in;
+        fields.push_back(PgField{at, static_cast<size_t>(out - at)});
+        if (tab == end) break;
+        at = tab;
+    }
+}
+
+int64_t pgNumber(const char* text) {
+    bool negative = *text == '-';
+    if (negative) ++text;
+    // Unsigned arithmetic: the most negative bigint overflows no int64_t.
+    uint64_t v = 0;
+    for (; *text >= '0' && *text <= '9'; ++text) v = v * 10 + static_cast<uint64_t>(*text - '0');
+    return static_cast<int64_t>(negative ? 0 - v : v);
+}
+
 Rc PgConn::open(const std::string& uri, const std::string& user, const std::string& password,
                 std::unique_ptr<PgConn>& out, std::string& err) {
     // Keywords after the expanded URI override what it says.
@@ -139,6 +188,7 @@ Rc PgConn::open(const std::string& uri, const std::string& user, const std::stri
 }
 
 PgConn::~PgConn() {
+    PQfreemem(copyRow_);
     PQfinish(conn_);
 }
 
@@ -331,6 +381,56 @@ void PgConn::discard() {
     drain();
     holdingBack_ = false;
     reported_.clear();
+}
+
+Rc PgConn::copyOut(const std::string& sql, const char* what) {
+    if (Rc rc = drain()) return rc;
+    PgResult r(PQexec(conn_, sql.c_str()));
+    if (!r || PQresultStatus(r.get()) != PGRES_COPY_OUT) return failure(r.get(), what);
+    copying_ = what;
+    return RVK_RC_OK;
+}
+
+Rc PgConn::copyRow(char*& row, int& len, bool& done) {
+    PQfreemem(copyRow_);
+    copyRow_ = nullptr;
+    done = false;
+    int n = PQgetCopyData(conn_, &copyRow_, 0);
+    if (n > 0) {
+        row = copyRow_;
+        len = n;
+        return RVK_RC_OK;
+    }
+    done = true;
+    const char* what = copying_;
+    copying_ = nullptr;
+    // -1: the end, the statement's result (maybe an error) follows; -2: the
+    // connection failed.
+    Rc rc = n == -2 ? failure(nullptr, what) : finish(PgResult(PQgetResult(conn_)), what, nullptr);
+    while (PgResult(PQgetResult(conn_))) {
+    }
+    return rc;
+}
+
+void PgConn::stopCopy() {
+    if (!copying_) return;
+    copying_ = nullptr;
+    if (PGcancel* c = PQgetCancel(conn_)) {
+        char err[256];
+        PQcancel(c, err, sizeof err);
+        PQfreeCancel(c);
+    }
+    // The row last handed out is no longer looked at.
+    PQfreemem(copyRow_);
+    copyRow_ = nullptr;
+    // A COPY that ends, by the cancel or because it was done, ends with -1;
+    // a lost connection with -2.
+    while (PQgetCopyData(conn_, &copyRow_, 0) > 0) {
+        PQfreemem(copyRow_);
+        copyRow_ = nullptr;
+    }
+    while (PgResult(PQgetResult(conn_))) {
+    }
 }
 
 std::string PgConn::quoteIdent(const std::string& name) const {

@@ -5,7 +5,10 @@
 // waits for it at most the busy time-out (lock_timeout): two writers of
 // one node never interleave, as with the embedded store's write lock, while
 // different nodes write side by side. A query reads through a server-side
-// cursor in batches, so that a million objects never sit in memory at once.
+// cursor in batches, so that a million objects never sit in memory at once;
+// one that its caller reads without other calls in between (the library's
+// queries) is a COPY instead, which the server sends as it goes, at less
+// cost than a cursor's batches.
 //
 // Deletions of objects the session has seen in its own queries are held
 // back and go to the server many in one statement (when enough are held,
@@ -63,7 +66,10 @@ struct Row {
     std::string text(int c) const {
         return std::string(PQgetvalue(r, i, c), static_cast<size_t>(PQgetlength(r, i, c)));
     }
-    int64_t num(int c) const { return strtoll(PQgetvalue(r, i, c), nullptr, 10); }
+    void text(int c, std::string& to) const {
+        to.assign(PQgetvalue(r, i, c), static_cast<size_t>(PQgetlength(r, i, c)));
+    }
+    int64_t num(int c) const { return pgNumber(PQgetvalue(r, i, c)); }
     bool flag(int c) const { return PQgetvalue(r, i, c)[0] == 't'; }
     std::string bytes(int c) const { return pgBytea(PQgetvalue(r, i, c), PQgetlength(r, i, c)); }
 };
@@ -131,11 +137,72 @@ std::vector<PgParam> fsParams(const FsRecord& f) {
 
 class PgStore;
 
+// What a query leaves out of its rows because it fixes the value: the
+// node always, the file space, state and type when the query names them.
+// Every column the server need not turn into text saves it time on each of
+// a million rows.
+struct FixedColumns {
+    ObjectRecord values;
+    bool fs = false, state = false, type = false;
+};
+
+FixedColumns fixedColumns(const ObjectQuery& q) {
+    FixedColumns f;
+    f.values.nodeId = q.nodeId;
+    f.values.fsId = q.fsId;
+    f.fs = q.fsId != 0;
+    f.values.state = q.state;
+    f.state = q.pit == 0 && q.state != 0xFF;
+    f.values.type = q.objType;
+    f.type = q.objType != 0xFF;
+    return f;
+}
+
+// The columns of a query's rows, those it does not fix at the end.
+std::string queriedColumns(const FixedColumns& f) {
+    std::string cols = "id, hl, ll, owner, mc, ins_date, deact_date, size, has_data, info";
+    if (!f.fs) cols += ", fs_id";
+    if (!f.state) cols += ", state";
+    if (!f.type) cols += ", type";
+    return cols;
+}
+
+// The fields of a row of a COPY, read like a Row.
+struct CopyRow {
+    const std::vector<PgField>& f;
+    const PgField& at(int c) const { return f[static_cast<size_t>(c)]; }
+    void text(int c, std::string& to) const { to.assign(at(c).data, at(c).size); }
+    int64_t num(int c) const { return pgNumber(at(c).data); }
+    bool flag(int c) const { return at(c).data[0] == 't'; }
+    std::string bytes(int c) const { return pgBytea(at(c).data, static_cast<int>(at(c).size)); }
+};
+
+// Strings are assigned in place: the caller passes the same record for a
+// whole query, and its buffers are then reused from row to row.
+template <typename Fields>
+void readQueried(const Fields& w, const FixedColumns& f, ObjectRecord& o) {
+    o.id = static_cast<uint64_t>(w.num(0));
+    w.text(1, o.hl);
+    w.text(2, o.ll);
+    w.text(3, o.owner);
+    w.text(4, o.mc);
+    o.insDate = w.num(5);
+    o.deactDate = w.num(6);
+    o.size = static_cast<uint64_t>(w.num(7));
+    o.hasData = w.flag(8);
+    o.info = w.bytes(9);
+    int c = 10;
+    o.nodeId = f.values.nodeId;
+    o.fsId = f.fs ? f.values.fsId : w.num(c++);
+    o.state = f.state ? f.values.state : static_cast<int>(w.num(c++));
+    o.type = f.type ? f.values.type : static_cast<int>(w.num(c++));
+}
+
 class PgCursor : public ObjectCursor {
   public:
     // `seen` (may be null) learns the id of every object read.
-    PgCursor(PgStore* store, std::string name, SeenIds* seen)
-        : store_(store), name_(std::move(name)), seen_(seen) {}
+    PgCursor(PgStore* store, std::string name, const FixedColumns& fixed, SeenIds* seen)
+        : store_(store), name_(std::move(name)), fixed_(fixed), seen_(seen) {}
     ~PgCursor() override;
     Rc next(ObjectRecord& o, bool& have) override;
 
@@ -144,12 +211,34 @@ class PgCursor : public ObjectCursor {
 
     PgStore* store_;
     std::string name_;
+    FixedColumns fixed_;
     SeenIds* seen_;
     PgResult batch_;
     PgResult ahead_;      // the next batch, asked for while this one is read
     bool asked_ = false;  // a FETCH for ahead_ is on its way
     int row_ = 0;
     bool last_ = false;  // the batch in hand is the last one
+};
+
+// A query read as one COPY: the server sends the rows as it finds them,
+// without a cursor's batches, each of which it first writes aside and then
+// reads again. For a caller that makes no other call of the store until the
+// end, outside any transaction.
+class PgStream : public ObjectCursor {
+  public:
+    PgStream(PgStore* store, const FixedColumns& fixed, SeenIds* seen)
+        : store_(store), fixed_(fixed), seen_(seen) {}
+    // A stream dropped before its end is stopped.
+    ~PgStream() override;
+    Rc next(ObjectRecord& o, bool& have) override;
+
+  private:
+    PgStore* store_;
+    FixedColumns fixed_;
+    SeenIds* seen_;
+    std::vector<PgField> fields_;
+    bool done_ = false;
+    Rc failed_ = RVK_RC_OK;
 };
 
 class PgStore : public Store {
@@ -243,6 +332,15 @@ class PgStore : public Store {
         if (c_->broken()) return;
         c_->exec("CLOSE " + name, "close cursor");
         if (--cursors_ == 0 && !inTxn_) c_->exec("COMMIT", "end query");
+    }
+
+    // A stream runs in a transaction of its own, which a stream stopped or
+    // failed has spoiled.
+    void streamClosed(bool complete) {
+        if (!complete) c_->stopCopy();
+        if (c_->broken()) return;
+        --cursors_;
+        c_->exec(complete ? "COMMIT" : "ROLLBACK", "end query");
     }
 
     Rc readSettings(ServerSettings& s) override {
@@ -408,13 +506,18 @@ class PgStore : public Store {
     }
 
     Rc openObjects(const ObjectQuery& q, std::unique_ptr<ObjectCursor>& out) override {
-        std::vector<PgParam> p{pgInt(q.nodeId)};
+        // COPY takes no parameters: a stream's values are written into the
+        // statement, numbers as they are and texts quoted.
+        bool stream = q.streamed && !inTxn_ && cursors_ == 0;
+        std::vector<PgParam> p;
         auto param = [&](PgParam v) {
+            if (stream) return c_->quoteLiteral(v.value);
             p.push_back(std::move(v));
             return "$" + std::to_string(p.size());
         };
-        std::string sql =
-            std::string("SELECT ") + kObjectColumns + " FROM objects WHERE node_id = $1";
+        FixedColumns fixed = fixedColumns(q);
+        std::string sql = "SELECT " + queriedColumns(fixed) +
+                          " FROM objects WHERE node_id = " + param(pgInt(q.nodeId));
         if (q.fsId) sql += " AND fs_id = " + param(pgInt(q.fsId));
         if (q.hlExact) sql += " AND hl = " + param(pgText(q.hl));
         if (q.llExact) sql += " AND ll = " + param(pgText(q.ll));
@@ -440,12 +543,20 @@ class PgStore : public Store {
             seen = &seen_;
         }
         if (Rc rc = cursorOpened()) return rc;
+        if (stream) {
+            if (Rc rc = c_->copyOut("COPY (" + sql + ") TO STDOUT", "query objects")) {
+                streamClosed(false);
+                return rc;
+            }
+            out.reset(new PgStream(this, fixed, seen));
+            return RVK_RC_OK;
+        }
         if (Rc rc = c_->execOnce("DECLARE " + name + " NO SCROLL CURSOR FOR " + sql, p,
                                  "query objects")) {
             cursorClosed(name);
             return rc;
         }
-        out.reset(new PgCursor(this, name, seen));
+        out.reset(new PgCursor(this, name, fixed, seen));
         return RVK_RC_OK;
     }
 
@@ -730,7 +841,32 @@ Rc PgCursor::next(ObjectRecord& o, bool& have) {
         if (Rc rc = fetch()) return rc;
         if (PQntuples(batch_.get()) == 0) return RVK_RC_OK;
     }
-    readObject(Row{batch_.get(), row_++}, o);
+    readQueried(Row{batch_.get(), row_++}, fixed_, o);
+    if (seen_) seen_->add(o.id);
+    have = true;
+    return RVK_RC_OK;
+}
+
+PgStream::~PgStream() {
+    store_->streamClosed(done_ && failed_ == RVK_RC_OK);
+}
+
+Rc PgStream::next(ObjectRecord& o, bool& have) {
+    have = false;
+    if (done_) return failed_;
+    char* row = nullptr;
+    int len = 0;
+    failed_ = store_->conn().copyRow(row, len, done_);
+    if (failed_ || done_) return failed_;
+    pgCopyFields(row, len, fields_);
+    size_t want = 10u + !fixed_.fs + !fixed_.state + !fixed_.type;
+    if (fields_.size() != want) {
+        store_->conn().setError("query objects: a row of " + std::to_string(fields_.size()) +
+                                " fields, not " + std::to_string(want));
+        done_ = true;
+        return failed_ = RVK_RC_REPOSITORY_ERROR;
+    }
+    readQueried(CopyRow{fields_}, fixed_, o);
     if (seen_) seen_->add(o.id);
     have = true;
     return RVK_RC_OK;

@@ -14,8 +14,10 @@
 
 #include <cstring>
 #include <unordered_map>
+#include <vector>
 
 #include "rvkapi.h"
+#include "vltapi/sqlite_fields.h"
 #include "vltapi/store.h"
 #include "vltapi/util.h"
 
@@ -103,104 +105,76 @@ Rc mapRc(int src) {
     }
 }
 
-// Reads a text or blob column into `out`, reusing its buffer: a cursor that
-// reads a million rows into one record allocates nothing per row.
-void colInto(sqlite3_stmt* s, int i, std::string& out, bool blob) {
-    const void* p = blob ? sqlite3_column_blob(s, i) : sqlite3_column_text(s, i);
-    if (p == nullptr) {
-        out.clear();
-        return;
-    }
-    out.assign(static_cast<const char*>(p), static_cast<size_t>(sqlite3_column_bytes(s, i)));
-}
-
 std::string colText(sqlite3_stmt* s, int i) {
-    const unsigned char* t = sqlite3_column_text(s, i);
-    return t ? std::string(reinterpret_cast<const char*>(t),
-                           static_cast<size_t>(sqlite3_column_bytes(s, i)))
-             : std::string();
-}
-
-std::string colBlob(sqlite3_stmt* s, int i) {
-    const void* b = sqlite3_column_blob(s, i);
-    return b ? std::string(static_cast<const char*>(b),
-                           static_cast<size_t>(sqlite3_column_bytes(s, i)))
-             : std::string();
-}
-
-void bindText(sqlite3_stmt* s, int i, const std::string& v) {
-    sqlite3_bind_text(s, i, v.data(), static_cast<int>(v.size()), SQLITE_TRANSIENT);
-}
-
-void bindBlob(sqlite3_stmt* s, int i, const std::string& v) {
-    sqlite3_bind_blob(s, i, v.data(), static_cast<int>(v.size()), SQLITE_TRANSIENT);
+    std::string t;
+    colInto(s, i, t, false);
+    return t;
 }
 
 void readObject(sqlite3_stmt* s, ObjectRecord& o) {
-    o.id = static_cast<uint64_t>(sqlite3_column_int64(s, 0));
-    o.nodeId = sqlite3_column_int64(s, 1);
-    o.fsId = sqlite3_column_int64(s, 2);
-    colInto(s, 3, o.hl, false);
-    colInto(s, 4, o.ll, false);
-    o.type = sqlite3_column_int(s, 5);
-    colInto(s, 6, o.owner, false);
-    colInto(s, 7, o.mc, false);
-    o.insDate = sqlite3_column_int64(s, 8);
-    o.deactDate = sqlite3_column_int64(s, 9);
-    o.size = static_cast<uint64_t>(sqlite3_column_int64(s, 10));
-    o.state = sqlite3_column_int(s, 11);
-    o.hasData = sqlite3_column_int(s, 12) != 0;
-    colInto(s, 13, o.info, true);
-}
-
-void noBind(sqlite3_stmt*) {}
-
-void bindParam(sqlite3_stmt* s, int i, int64_t v) {
-    sqlite3_bind_int64(s, i, v);
-}
-
-void bindParam(sqlite3_stmt* s, int i, const std::string& v) {
-    bindText(s, i, v);
-}
-
-// Binds integers and texts, in order, to ?1, ?2, ... of a statement. The
-// binder refers to the values: it is for the expression that makes it.
-template <typename... Values>
-auto params(const Values&... values) {
-    return [&values...](sqlite3_stmt* s) {
-        int i = 0;
-        (bindParam(s, ++i, values), ...);
-    };
+    readColumns(s, o.id, o.nodeId, o.fsId, o.hl, o.ll, o.type, o.owner, o.mc, o.insDate,
+                o.deactDate, o.size, o.state, o.hasData, BlobOut{o.info});
 }
 
 void readNode(sqlite3_stmt* s, NodeRecord& n) {
-    n.id = sqlite3_column_int64(s, 0);
-    n.name = colText(s, 1);
-    n.pwSalt = colBlob(s, 2);
-    n.pwHash = colBlob(s, 3);
-    n.pwIterations = sqlite3_column_int(s, 4);
-    n.pwSetTime = sqlite3_column_int64(s, 5);
-    n.backDel = sqlite3_column_int(s, 6) != 0;
-    n.archDel = sqlite3_column_int(s, 7) != 0;
+    readColumns(s, n.id, n.name, BlobOut{n.pwSalt}, BlobOut{n.pwHash}, n.pwIterations, n.pwSetTime,
+                n.backDel, n.archDel);
 }
 
 void readFs(sqlite3_stmt* s, FsRecord& f) {
-    f.id = sqlite3_column_int64(s, 0);
-    f.nodeId = sqlite3_column_int64(s, 1);
-    f.name = colText(s, 2);
-    f.type = colText(s, 3);
-    f.info = colBlob(s, 4);
-    f.capacity = static_cast<uint64_t>(sqlite3_column_int64(s, 5));
-    f.occupancy = static_cast<uint64_t>(sqlite3_column_int64(s, 6));
-    f.regDate = sqlite3_column_int64(s, 7);
-    f.backStart = sqlite3_column_int64(s, 8);
-    f.backComplete = sqlite3_column_int64(s, 9);
+    readColumns(s, f.id, f.nodeId, f.name, f.type, BlobOut{f.info}, f.capacity, f.occupancy,
+                f.regDate, f.backStart, f.backComplete);
 }
+
+void noBind(sqlite3_stmt*) {}
 
 constexpr const char* kNodeColumns =
     "id, name, pw_salt, pw_hash, pw_iter, pw_set, back_del, arch_del";
 constexpr const char* kFsColumns =
     "id, node_id, name, type, info, capacity, occupancy, reg_date, back_start, back_complete";
+
+// The columns a record writes: those of `columns` but the first, the row id,
+// which SQLite assigns; with `idLast`, the id follows them.
+std::vector<std::string> writtenColumns(const char* columns, bool idLast) {
+    std::vector<std::string> out;
+    std::string all = columns;
+    size_t at = all.find(", ") + 2;  // past "id"
+    while (at < all.size()) {
+        size_t comma = all.find(", ", at);
+        if (comma == std::string::npos) comma = all.size();
+        out.push_back(all.substr(at, comma - at));
+        at = comma + 2;
+    }
+    if (idLast) out.emplace_back("id");
+    return out;
+}
+
+// "INSERT INTO table(c1, ..., cn) VALUES(?1, ..., ?n)" of the written columns.
+std::string insertSql(const char* table, const char* columns, bool idLast = false) {
+    std::string names, values;
+    int i = 0;
+    for (const std::string& c : writtenColumns(columns, idLast)) {
+        if (i++) {
+            names += ", ";
+            values += ", ";
+        }
+        names += c;
+        values += "?" + std::to_string(i);
+    }
+    return std::string("INSERT INTO ") + table + "(" + names + ") VALUES(" + values + ")";
+}
+
+// "UPDATE table SET c1 = ?1, ..., cn = ?n WHERE id = ?n+1" of the written
+// columns.
+std::string updateSql(const char* table, const char* columns) {
+    std::string sql = std::string("UPDATE ") + table + " SET ";
+    int i = 0;
+    for (const std::string& c : writtenColumns(columns, false)) {
+        if (i++) sql += ", ";
+        sql += c + " = ?" + std::to_string(i);
+    }
+    return sql + " WHERE id = ?" + std::to_string(i + 1);
+}
 
 // Resets a cached statement when the scope that used it ends, so that no
 // statement keeps a read snapshot open between calls.
@@ -386,28 +360,18 @@ class SqliteStore : public Store {
     }
 
     Rc insertNode(NodeRecord& n) override {
-        static const char* sql =
-            "INSERT INTO nodes(name, pw_salt, pw_hash, pw_iter, pw_set, back_del, arch_del) "
-            "VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7)";
-        return insert(sql, "insert node", bindNode, n, n.id);
+        static const std::string sql = insertSql("nodes", kNodeColumns);
+        return insert(sql.c_str(), "insert node", bindNode, n, n.id);
     }
 
     static void bindNode(sqlite3_stmt* s, const NodeRecord& n) {
-        bindText(s, 1, n.name);
-        bindBlob(s, 2, n.pwSalt);
-        bindBlob(s, 3, n.pwHash);
-        sqlite3_bind_int(s, 4, n.pwIterations);
-        sqlite3_bind_int64(s, 5, n.pwSetTime);
-        sqlite3_bind_int(s, 6, n.backDel ? 1 : 0);
-        sqlite3_bind_int(s, 7, n.archDel ? 1 : 0);
+        bindAll(s, n.name, BlobIn{n.pwSalt}, BlobIn{n.pwHash}, n.pwIterations, n.pwSetTime,
+                n.backDel, n.archDel);
     }
 
     Rc updateNode(const NodeRecord& n) override {
-        static const char* sql =
-            "UPDATE nodes SET name = ?1, pw_salt = ?2, pw_hash = ?3, pw_iter = ?4, pw_set = ?5, "
-            "back_del = ?6, "
-            "arch_del = ?7 WHERE id = ?8";
-        return update(sql, "update node", bindNode, n, 8, n.id);
+        static const std::string sql = updateSql("nodes", kNodeColumns);
+        return update(sql.c_str(), "update node", bindNode, n, 8, n.id);
     }
 
     Rc listNodes(std::vector<NodeRecord>& out) override {
@@ -446,31 +410,18 @@ class SqliteStore : public Store {
     }
 
     static void bindFs(sqlite3_stmt* s, const FsRecord& f) {
-        sqlite3_bind_int64(s, 1, f.nodeId);
-        bindText(s, 2, f.name);
-        bindText(s, 3, f.type);
-        bindBlob(s, 4, f.info);
-        sqlite3_bind_int64(s, 5, static_cast<int64_t>(f.capacity));
-        sqlite3_bind_int64(s, 6, static_cast<int64_t>(f.occupancy));
-        sqlite3_bind_int64(s, 7, f.regDate);
-        sqlite3_bind_int64(s, 8, f.backStart);
-        sqlite3_bind_int64(s, 9, f.backComplete);
+        bindAll(s, f.nodeId, f.name, f.type, BlobIn{f.info}, f.capacity, f.occupancy, f.regDate,
+                f.backStart, f.backComplete);
     }
 
     Rc insertFileSpace(FsRecord& fs) override {
-        static const char* sql =
-            "INSERT INTO filespaces(node_id, name, type, info, capacity, occupancy, reg_date, "
-            "back_start, "
-            "back_complete) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9)";
-        return insert(sql, "insert file space", bindFs, fs, fs.id);
+        static const std::string sql = insertSql("filespaces", kFsColumns);
+        return insert(sql.c_str(), "insert file space", bindFs, fs, fs.id);
     }
 
     Rc updateFileSpace(const FsRecord& fs) override {
-        static const char* sql =
-            "UPDATE filespaces SET node_id = ?1, name = ?2, type = ?3, info = ?4, capacity = ?5, "
-            "occupancy = ?6, "
-            "reg_date = ?7, back_start = ?8, back_complete = ?9 WHERE id = ?10";
-        return update(sql, "update file space", bindFs, fs, 10, fs.id);
+        static const std::string sql = updateSql("filespaces", kFsColumns);
+        return update(sql.c_str(), "update file space", bindFs, fs, 10, fs.id);
     }
 
     Rc deleteFileSpace(int64_t fsId, uint64_t& objectsDeleted) override {
@@ -508,13 +459,7 @@ class SqliteStore : public Store {
         sqlite3_stmt* st = nullptr;
         int r = sqlite3_prepare_v2(db_, sql.c_str(), -1, &st, nullptr);
         if (r != SQLITE_OK) return fail(r, "prepare object query");
-        sqlite3_bind_int64(st, 1, q.nodeId);
-        sqlite3_bind_int64(st, 2, q.fsId);
-        bindText(st, 3, q.hl);
-        bindText(st, 4, q.ll);
-        sqlite3_bind_int(st, 5, q.state);
-        sqlite3_bind_int64(st, 6, q.pit);
-        sqlite3_bind_int(st, 7, q.objType);
+        bindAll(st, q.nodeId, q.fsId, q.hl, q.ll, q.state, q.pit, q.objType);
         out.reset(new SqliteCursor(this, st));
         return RVK_RC_OK;
     }
@@ -522,7 +467,7 @@ class SqliteStore : public Store {
     Rc findObject(uint64_t id, ObjectRecord& o, bool& found) override {
         static const std::string sqlText =
             std::string("SELECT ") + kObjectColumns + " FROM objects WHERE id = ?1";
-        return stepRow(sqlText.c_str(), "find object", &found, params(static_cast<int64_t>(id)),
+        return stepRow(sqlText.c_str(), "find object", &found, params(id),
                        [&](sqlite3_stmt* s) { readObject(s, o); });
     }
 
@@ -537,52 +482,31 @@ class SqliteStore : public Store {
     }
 
     static void bindObject(sqlite3_stmt* s, const ObjectRecord& o) {
-        sqlite3_bind_int64(s, 1, o.nodeId);
-        sqlite3_bind_int64(s, 2, o.fsId);
-        bindText(s, 3, o.hl);
-        bindText(s, 4, o.ll);
-        sqlite3_bind_int(s, 5, o.type);
-        bindText(s, 6, o.owner);
-        bindText(s, 7, o.mc);
-        sqlite3_bind_int64(s, 8, o.insDate);
-        sqlite3_bind_int64(s, 9, o.deactDate);
-        sqlite3_bind_int64(s, 10, static_cast<int64_t>(o.size));
-        sqlite3_bind_int(s, 11, o.state);
-        sqlite3_bind_int(s, 12, o.hasData ? 1 : 0);
-        bindBlob(s, 13, o.info);
+        bindAll(s, o.nodeId, o.fsId, o.hl, o.ll, o.type, o.owner, o.mc, o.insDate, o.deactDate,
+                o.size, o.state, o.hasData, BlobIn{o.info});
     }
 
     Rc insertObject(ObjectRecord& o) override {
         static const char* sqlDeactivate =
             "UPDATE objects SET state = 2, deact_date = max(ins_date, ?5) "
             "WHERE node_id = ?1 AND fs_id = ?2 AND hl = ?3 AND ll = ?4 AND state = 1";
-        static const char* sqlInsert =
-            "INSERT INTO objects(node_id, fs_id, hl, ll, type, owner, mc, ins_date, deact_date, "
-            "size, state, "
-            "has_data, info) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11, ?12, ?13)";
+        static const std::string sqlInsert = insertSql("objects", kObjectColumns);
         Rc rc = run(sqlDeactivate, "deactivate object",
                     params(o.nodeId, o.fsId, o.hl, o.ll, o.insDate));
         if (rc) return rc;
         o.state = RVK_STATE_ACTIVE;
         o.deactDate = 0;
-        return insert(sqlInsert, "insert object", bindObject, o, o.id);
+        return insert(sqlInsert.c_str(), "insert object", bindObject, o, o.id);
     }
 
     Rc insertObjectAsIs(const ObjectRecord& o) override {
-        static const char* sql =
-            "INSERT INTO objects(node_id, fs_id, hl, ll, type, owner, mc, ins_date, deact_date, "
-            "size, state, has_data, info, id) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11, "
-            "?12, ?13, ?14)";
-        return update(sql, "copy object", bindObject, o, 14, static_cast<int64_t>(o.id));
+        static const std::string sql = insertSql("objects", kObjectColumns, true);
+        return update(sql.c_str(), "copy object", bindObject, o, 14, static_cast<int64_t>(o.id));
     }
 
     Rc updateObject(const ObjectRecord& o) override {
-        static const char* sql =
-            "UPDATE objects SET node_id = ?1, fs_id = ?2, hl = ?3, ll = ?4, type = ?5, owner = ?6, "
-            "mc = ?7, "
-            "ins_date = ?8, deact_date = ?9, size = ?10, state = ?11, has_data = ?12, info = ?13 "
-            "WHERE id = ?14";
-        return update(sql, "update object", bindObject, o, 14, static_cast<int64_t>(o.id));
+        static const std::string sql = updateSql("objects", kObjectColumns);
+        return update(sql.c_str(), "update object", bindObject, o, 14, static_cast<int64_t>(o.id));
     }
 
     // The data table is visited only for an object that has data: an
@@ -590,7 +514,7 @@ class SqliteStore : public Store {
     Rc deleteObject(uint64_t id, bool& changed) override {
         static const char* sqlObject = "DELETE FROM objects WHERE id = ?1 RETURNING has_data";
         bool hasData = false;
-        if (Rc rc = stepRow(sqlObject, "delete object", &changed, params(static_cast<int64_t>(id)),
+        if (Rc rc = stepRow(sqlObject, "delete object", &changed, params(id),
                             [&](sqlite3_stmt* s) { hasData = sqlite3_column_int(s, 0) != 0; }))
             return rc;
         return hasData ? deleteData(id) : RVK_RC_OK;
@@ -602,8 +526,7 @@ class SqliteStore : public Store {
         static const std::string sqlText =
             std::string("DELETE FROM objects WHERE id = ?1 AND node_id = ?2 RETURNING ") +
             kObjectColumns;
-        if (Rc rc = stepRow(sqlText.c_str(), "delete object", &found,
-                            params(static_cast<int64_t>(id), nodeId),
+        if (Rc rc = stepRow(sqlText.c_str(), "delete object", &found, params(id, nodeId),
                             [&](sqlite3_stmt* s) { readObject(s, o); }))
             return rc;
         return found && o.hasData ? deleteData(id) : RVK_RC_OK;
@@ -611,7 +534,7 @@ class SqliteStore : public Store {
 
     Rc deleteData(uint64_t id) {
         static const char* sql = "DELETE FROM object_data WHERE obj_id = ?1";
-        return run(sql, "delete object data", params(static_cast<int64_t>(id)));
+        return run(sql, "delete object data", params(id));
     }
 
     Rc countObjects(int64_t nodeId, uint64_t& n) override {
@@ -632,22 +555,16 @@ class SqliteStore : public Store {
 
     Rc readData(uint64_t objId, uint32_t seq, std::string& chunk, bool& found) override {
         static const char* sql = "SELECT chunk FROM object_data WHERE obj_id = ?1 AND seq = ?2";
-        return stepRow(sql, "read object data", &found, params(static_cast<int64_t>(objId), seq),
-                       [&](sqlite3_stmt* s) { chunk = colBlob(s, 0); });
+        return stepRow(sql, "read object data", &found, params(objId, static_cast<int64_t>(seq)),
+                       [&](sqlite3_stmt* s) { readColumns(s, BlobOut{chunk}); });
     }
 
     Rc appendActLog(const ActLogRecord& a) override {
         static const char* sql =
             "INSERT INTO actlog(date, node, severity, msg_id, text, obj_id) VALUES(?1, ?2, ?3, ?4, "
             "?5, ?6)";
-        return run(sql, "write activity log", [&](sqlite3_stmt* s) {
-            sqlite3_bind_int64(s, 1, a.date);
-            bindText(s, 2, a.node);
-            sqlite3_bind_int(s, 3, a.severity);
-            bindText(s, 4, a.msgId);
-            bindText(s, 5, a.text);
-            sqlite3_bind_int64(s, 6, static_cast<int64_t>(a.objId));
-        });
+        return run(sql, "write activity log",
+                   params(a.date, a.node, a.severity, a.msgId, a.text, a.objId));
     }
 
     Rc listActLog(const std::function<void(const ActLogRecord&)>& fn) override {
@@ -655,12 +572,7 @@ class SqliteStore : public Store {
             "SELECT date, node, severity, msg_id, text, obj_id FROM actlog ORDER BY id";
         return eachRow(sql, "read activity log", noBind, [&](sqlite3_stmt* s) {
             ActLogRecord a;
-            a.date = sqlite3_column_int64(s, 0);
-            a.node = colText(s, 1);
-            a.severity = sqlite3_column_int(s, 2);
-            a.msgId = colText(s, 3);
-            a.text = colText(s, 4);
-            a.objId = static_cast<uint64_t>(sqlite3_column_int64(s, 5));
+            readColumns(s, a.date, a.node, a.severity, a.msgId, a.text, a.objId);
             fn(a);
         });
     }

@@ -112,6 +112,9 @@ struct ObjectQuery {
     int state = 0xFF;    // RVK_STATE_ACTIVE, RVK_STATE_INACTIVE or 0xFF
     int64_t pit = 0;     // 0: now
     int objType = 0xFF;  // 0xFF: any
+    // The caller reads the rows to the end or drops the cursor, and makes
+    // no other call of the store in between: a store may then stream them.
+    bool streamed = false;
 };
 
 class ObjectCursor {

@@ -23,6 +23,16 @@ bool copyField(char* dst, size_t size, const std::string& src);
 // Copies as much as fits, always terminating.
 void copyTruncated(char* dst, size_t size, const std::string& src);
 
+// The two copies into a character array field of a record.
+template <size_t N>
+bool copyField(char (&dst)[N], const std::string& src) {
+    return copyField(dst, N, src);
+}
+template <size_t N>
+void copyTruncated(char (&dst)[N], const std::string& src) {
+    copyTruncated(dst, N, src);
+}
+
 // The C string or "" for NULL.
 std::string str(const char* s);
 

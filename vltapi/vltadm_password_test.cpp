@@ -48,30 +48,27 @@ TEST_F(VltadmPassword, PasswordAsAnArgumentIsRefusedWithTheNewForm) {
 }
 
 TEST_F(VltadmPassword, StandardInputGivesTheFirstLineAndASecondMustMatch) {
-    struct Case {
-        const char* input;
-        bool ok;
-        const char* complaint;
-    } cases[] = {
-        {"one-line\n", true, ""},
-        {"both-lines\nboth-lines\n", true, ""},
-        {"no-line-end", true, ""},
-        {"crlf-line\r\ncrlf-line\r\n", true, ""},
-        {"first\nsecond\n", false, "differs from the first"},
-        {"", false, "no password on standard input"},
-        {"\n", false, "1 to 64 printable characters"},
-        {"tab\there\n", false, "1 to 64 printable characters"},
+    // Each input with the complaint it brings, "" for an accepted one.
+    const std::pair<const char*, const char*> cases[] = {
+        {"one-line\n", ""},
+        {"both-lines\nboth-lines\n", ""},
+        {"no-line-end", ""},
+        {"crlf-line\r\ncrlf-line\r\n", ""},
+        {"first\nsecond\n", "differs from the first"},
+        {"", "no password on standard input"},
+        {"\n", "1 to 64 printable characters"},
+        {"tab\there\n", "1 to 64 printable characters"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.input);
-        auto r = repo.adm("node passwd node2", c.input);
-        std::string pw = std::string(c.input).substr(0, std::string(c.input).find_first_of("\r\n"));
-        if (c.ok) {
+    for (const auto& [input, complaint] : cases) {
+        SCOPED_TRACE(input);
+        auto r = repo.adm("node passwd node2", input);
+        std::string pw = std::string(input).substr(0, std::string(input).find_first_of("\r\n"));
+        if (*complaint == '\0') {
             EXPECT_EQ(r.status, 0) << r.err;
             EXPECT_EQ(logOnWith("node2", pw.c_str()), RVK_RC_OK);
         } else {
             EXPECT_EQ(r.status, 1);
-            EXPECT_NE(r.err.find(c.complaint), std::string::npos) << r.err;
+            EXPECT_NE(r.err.find(complaint), std::string::npos) << r.err;
         }
     }
     // Failures left the last good password in place.

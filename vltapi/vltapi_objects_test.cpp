@@ -3,6 +3,11 @@
 #include <gtest/gtest.h>
 #include <string.h>
 
+#include <set>
+#include <string>
+#include <tuple>
+
+#include "api/backupquery.h"
 #include "rvkapi.h"
 #include "vltapi/vltapi_testenv.h"
 
@@ -35,10 +40,15 @@ class Objects : public ::testing::Test {
     }
 
     // Sends one object with `data` in blocks of `block` bytes.
-    int16_t send(const char* ll, const std::string& data, size_t block, uint8_t vote) {
+    int16_t send(const char* ll, const std::string& data, size_t block, uint8_t vote,
+                 uint8_t type = RVK_OBJ_FILE, const std::string& info = "") {
         rvkObjName n = name("/fs", "/h", ll);
+        n.objType = type;
         auto attr = record<rvkObjAttr>(RVK_OBJATTR_VERSION);
         attr.sizeEstimate.lo = static_cast<uint32_t>(data.size());
+        std::string infoBuf = info;
+        attr.objInfoLen = static_cast<uint16_t>(info.size());
+        attr.objInfo = info.empty() ? nullptr : &infoBuf[0];
         EXPECT_EQ(rvkBeginTxn(h), RVK_RC_OK);
         EXPECT_EQ(rvkSendObj(h, RVK_SEND_BACKUP, nullptr, &n, &attr, nullptr), RVK_RC_OK);
         for (size_t off = 0; off < data.size(); off += block) {
@@ -114,6 +124,57 @@ TEST_F(Objects, SendAndReadBack) {
     ASSERT_EQ(send("/obj", "new", 10, RVK_VOTE_COMMIT), RVK_RC_OK);
     EXPECT_EQ(query(h, "/fs", "/h", "/obj", RVK_STATE_ACTIVE).objects.at(0).size, 3u);
     EXPECT_EQ(query(h, "/fs", "/h", "/obj", RVK_STATE_INACTIVE).objects.at(0).size, data.size());
+}
+
+// A query that leaves the state or the type open reads each object's own;
+// one that names them returns only such objects.
+TEST_F(Objects, QueriesReadEachObjectsTypeAndState) {
+    ASSERT_EQ(registerFs("/fs"), RVK_RC_OK);
+    ASSERT_EQ(send("/f", "old", 10, RVK_VOTE_COMMIT), RVK_RC_OK);
+    ASSERT_EQ(send("/f", "newer", 10, RVK_VOTE_COMMIT), RVK_RC_OK);
+    ASSERT_EQ(send("/d", "", 10, RVK_VOTE_COMMIT, RVK_OBJ_DIRECTORY), RVK_RC_OK);
+    using Seen = std::multiset<std::tuple<std::string, int, int, uint64_t>>;
+    auto seen = [&](uint8_t state, uint8_t type) {
+        Seen out;
+        for (auto& o : query(h, "/fs", "*", "*", state, rvkDate{}, nullptr, type).objects)
+            out.insert({o.ll, o.type, o.state, o.size});
+        return out;
+    };
+    const int file = RVK_OBJ_FILE, dir = RVK_OBJ_DIRECTORY;
+    const int active = RVK_STATE_ACTIVE, inactive = RVK_STATE_INACTIVE;
+    EXPECT_EQ(seen(RVK_STATE_ANY, RVK_OBJ_ANY),
+              (Seen{{"/d", dir, active, 0}, {"/f", file, active, 5}, {"/f", file, inactive, 3}}));
+    EXPECT_EQ(seen(RVK_STATE_ACTIVE, RVK_OBJ_DIRECTORY), (Seen{{"/d", dir, active, 0}}));
+    EXPECT_EQ(seen(RVK_STATE_INACTIVE, RVK_OBJ_FILE), (Seen{{"/f", file, inactive, 3}}));
+    EXPECT_EQ(seen(RVK_STATE_ANY, RVK_OBJ_FILE),
+              (Seen{{"/f", file, active, 5}, {"/f", file, inactive, 3}}));
+}
+
+// Names and object information come back byte for byte, whatever
+// characters they hold, and an exact name with quotes and backslashes
+// finds its object.
+TEST_F(Objects, QueriesReturnNamesAndInfoByteForByte) {
+    ASSERT_EQ(registerFs("/fs"), RVK_RC_OK);
+    const std::string odd = "/it's\\a\tb\nc\rd\be\ff\vg\x01\\N";
+    const std::string info("\0\\x00\t\n\xff'", 9);
+    ASSERT_EQ(send(odd.c_str(), "data", 10, RVK_VOTE_COMMIT, RVK_OBJ_FILE, info), RVK_RC_OK);
+    ASSERT_EQ(send("/plain", "", 10, RVK_VOTE_COMMIT), RVK_RC_OK);
+    for (const char* ll : {"*", odd.c_str()}) {
+        rvkObjName n = BackupQuery::objectName("/fs", "/h", ll, RVK_OBJ_ANY);
+        BackupQuery q(BackupQuery::library(), h);
+        ASSERT_EQ(q.begin(&n, RVK_STATE_ACTIVE), RVK_RC_OK);
+        ASSERT_EQ(q.next(), RVK_RC_MORE_DATA);
+        EXPECT_EQ(std::string(q.object().objName.ll), odd);
+        EXPECT_EQ(std::string(q.object().objInfo, q.object().objInfoLen), info);
+        EXPECT_EQ(q.object().sizeEstimate.lo, 4u);
+        if (strcmp(ll, "*") == 0) {
+            ASSERT_EQ(q.next(), RVK_RC_MORE_DATA);
+            EXPECT_STREQ(q.object().objName.ll, "/plain");
+            EXPECT_EQ(q.object().objInfoLen, 0u);
+        }
+        EXPECT_EQ(q.next(), RVK_RC_FINISHED);
+        EXPECT_EQ(q.end(), RVK_RC_OK);
+    }
 }
 
 TEST_F(Objects, AbortedSendLeavesNothing) {

@@ -293,10 +293,10 @@ TEST(PgCopy, SqliteRepositoryMovesWithPasswordsIdsStatesAndLog) {
 
 }  // namespace
 
-// A query longer than one batch of the server-side cursor reads ahead: the
-// next batch is on its way while this one is read. Every object comes once
-// and in order, a query ended early with a batch on its way leaves the
-// session usable, and a transaction after it works.
+// A long query: the library's query streams every object once and in
+// order, and one ended early, with rows still on their way, leaves the
+// session usable and a transaction after it works; vltadm's, through the
+// server-side cursor a batch ahead, lists every object once.
 TEST_F(Pg, LongQueriesReadAheadAndMayEndEarly) {
     const int n = 12001;  // a little over two batches
     repo.load("node1", objectLines("/long", n));
@@ -319,6 +319,12 @@ TEST_F(Pg, LongQueriesReadAheadAndMayEndEarly) {
         for (int i = 0; i < 5001; ++i) ASSERT_EQ(early.next(), RVK_RC_MORE_DATA);
         EXPECT_EQ(early.end(), RVK_RC_OK);
     }
+    std::string listing = repo.adm("list node1").out;
+    size_t listed = 0;
+    for (size_t at = listing.find("\t/long\t"); at != std::string::npos;
+         at = listing.find("\t/long\t", at + 1))
+        ++listed;
+    EXPECT_EQ(listed, static_cast<size_t>(n));
     auto mine = ids(query(h, "/long", "*", "*"));
     uint16_t reason = 0;
     EXPECT_EQ(deleteInTxn(h, {mine[0], mine[6000]}, RVK_VOTE_COMMIT, &reason), RVK_RC_OK);

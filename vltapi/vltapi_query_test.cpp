@@ -1,8 +1,10 @@
 // Backup and file-space queries: wildcards, states, point in time, owners,
 // object ids and sizes, and the query protocol's codes.
 #include <gtest/gtest.h>
+#include <string.h>
 
 #include <set>
+#include <utility>
 
 #include "api/backupquery.h"
 #include "rvkapi.h"
@@ -145,8 +147,20 @@ TEST_F(Query, ProtocolErrors) {
     blk.bufferLen = sizeof resp - 1;
     EXPECT_EQ(rvkGetNextQObj(h, &blk), RVK_RC_BUFFER_TOO_SMALL);
     blk.bufferLen = sizeof resp;
+    // The library writes each name up to its terminator and no further:
+    // whatever the buffer held before, every name ends within its field.
+    memset(&resp, 0xff, sizeof resp);
+    resp.stVersion = RVK_QRYRESPBACKUP_VERSION;
     EXPECT_EQ(rvkGetNextQObj(h, &blk), RVK_RC_MORE_DATA);
     EXPECT_EQ(blk.numBytes, sizeof resp);
+    for (const auto& field : {std::make_pair(resp.objName.fs, sizeof resp.objName.fs),
+                              std::make_pair(resp.objName.hl, sizeof resp.objName.hl),
+                              std::make_pair(resp.objName.ll, sizeof resp.objName.ll),
+                              std::make_pair(resp.owner, sizeof resp.owner),
+                              std::make_pair(resp.mcName, sizeof resp.mcName)})
+        EXPECT_LT(strnlen(field.first, field.second), field.second);
+    EXPECT_EQ('/', resp.objName.fs[0]);
+    EXPECT_LE(resp.objInfoLen, sizeof resp.objInfo);
     EXPECT_EQ(rvkEndQuery(h), RVK_RC_OK);
 }
 

@@ -134,11 +134,13 @@ char* nlFormatText(unsigned number, ...);
 // Shows a message: formats it, appends it to the schedule log when
 // ScheduleMode is 1 and to the error log when its severity is above 4, then
 // passes it to the output routine of its severity (not for application type
-// 4). The stream is not used: output routines decide where text goes.
-// Returns 0.
-int nlPrintf(FILE* stream, unsigned number, ...);
-// nlPrintf to standard output.
+// 4): the output routines decide where text goes. Returns 0.
 int nlMsg(unsigned number, ...);
+// nlMsg with a stream argument, which is not used for the same reason.
+template <typename... Inserts>
+int nlPrintf(FILE* /*stream*/, unsigned number, Inserts... inserts) {
+    return nlMsg(number, inserts...);
+}
 // Shows the separator line (message 131 in both catalogs), the message and
 // the separator line again: the frame around an error or a notice.
 int nlMsgFramed(unsigned number, ...);

@@ -182,15 +182,6 @@ char* nlFormatText(unsigned number, ...) {
     return text;
 }
 
-int nlPrintf(FILE* stream, unsigned number, ...) {
-    (void)stream;
-    va_list args;
-    va_start(args, number);
-    int rc = showV(number, args);
-    va_end(args);
-    return rc;
-}
-
 int nlMsg(unsigned number, ...) {
     va_list args;
     va_start(args, number);

@@ -28,18 +28,6 @@ int capture(const char* text) {
     return 0;
 }
 
-std::string formatted(bool english, unsigned number, va_list args) {
-    int severity = -1;
-    char* t =
-        (english ? nlFormatMsgEnglish : nlFormatMsg)(nlGetGlobalObject(), number, args, &severity);
-    std::string s = t ? t : "(null)";
-    if (!t) {
-        EXPECT_EQ(0, severity);
-    }
-    free(t);
-    return s;
-}
-
 const nlOutputRoutine kRoutines[NL_SEVERITY_COUNT] = {
     capture<0>, capture<1>, capture<2>, capture<3>, capture<4>,
     capture<5>, capture<6>, capture<7>, capture<8>,
@@ -96,17 +84,17 @@ std::string NlsTest::testCatalogs() {
     return ZEBO_BINARY_DIR "/testcatalogs";
 }
 
-std::string nlsText(unsigned number, ...) {
+std::string nlsFormatted(bool english, unsigned number, ...) {
     va_list args;
     va_start(args, number);
-    std::string s = formatted(false, number, args);
+    int severity = -1;
+    char* t =
+        (english ? nlFormatMsgEnglish : nlFormatMsg)(nlGetGlobalObject(), number, args, &severity);
     va_end(args);
-    return s;
-}
-std::string nlsEnglish(unsigned number, ...) {
-    va_list args;
-    va_start(args, number);
-    std::string s = formatted(true, number, args);
-    va_end(args);
+    std::string s = t ? t : "(null)";
+    if (!t) {
+        EXPECT_EQ(0, severity);
+    }
+    free(t);
     return s;
 }

@@ -42,7 +42,14 @@ class NlsTest : public ::testing::Test {
 
 // A message formatted by the repository, "(null)" when it has none; in the
 // user's language or from the English catalog.
-std::string nlsText(unsigned number, ...);
-std::string nlsEnglish(unsigned number, ...);
+std::string nlsFormatted(bool english, unsigned number, ...);
+template <typename... Inserts>
+std::string nlsText(unsigned number, Inserts... inserts) {
+    return nlsFormatted(false, number, inserts...);
+}
+template <typename... Inserts>
+std::string nlsEnglish(unsigned number, Inserts... inserts) {
+    return nlsFormatted(true, number, inserts...);
+}
 
 #endif

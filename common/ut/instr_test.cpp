@@ -42,6 +42,13 @@ class InstrTest : public ::testing::Test {
     }
     void TearDown() override { instrTerm(); }
     std::string report() { return readFile(reportPath); }
+    // Opens the report at the folder's path plus `name` and starts the
+    // client detail class; false when the report cannot be opened.
+    bool startDetail(const char* name, int detail) {
+        if (instrInit((dir.path() + name).c_str(), INSTR_CLASS_DETAIL, detail) != 0) return false;
+        instrStart(INSTR_CLASS_DETAIL);
+        return true;
+    }
     zebotest::TempDir dir;
     std::string reportPath;
     zebotest::ScopedSeam<PsClockFn> clock_{psClock, fakeClock};
@@ -100,8 +107,7 @@ TEST_F(InstrTest, ReportAccountsNestedCategories) {
 }
 
 TEST_F(InstrTest, StackOverflowSuspendsTheEngine) {
-    ASSERT_EQ(0, instrInit((dir.path() + "/").c_str(), INSTR_CLASS_DETAIL, 0));
-    instrStart(INSTR_CLASS_DETAIL);
+    ASSERT_TRUE(startDetail("/", 0));
     for (int i = 0; i < 29; i++) instrBegin(INSTR_COMPUTE);
     std::string text = report();
     EXPECT_EQ(std::string::npos, text.find("ERROR")) << "29 nested categories fit";
@@ -120,8 +126,7 @@ TEST_F(InstrTest, StackOverflowSuspendsTheEngine) {
 }
 
 TEST_F(InstrTest, MismatchedEndSuspendsTheEngine) {
-    ASSERT_EQ(0, instrInit((dir.path() + "/x").c_str(), INSTR_CLASS_DETAIL, 1));
-    instrStart(INSTR_CLASS_DETAIL);
+    ASSERT_TRUE(startDetail("/x", 1));
     instrBegin(INSTR_FILE_IO);
     instrEnd(INSTR_CRC);
     instrStop(INSTR_CLASS_DETAIL);
@@ -139,8 +144,7 @@ TEST_F(InstrTest, MismatchedEndSuspendsTheEngine) {
 TEST_F(InstrTest, SleepAndConditionWaitsAreAccounted) {
     zebotest::ScopedSeam<PsClockFn> realClock(psClock, psSystemClock);
     psThreadingInit(1);
-    ASSERT_EQ(0, instrInit((dir.path() + "/x").c_str(), INSTR_CLASS_DETAIL, 0));
-    instrStart(INSTR_CLASS_DETAIL);
+    ASSERT_TRUE(startDetail("/x", 0));
     psThreadDelay(20);
 
     pkMutex* m = pkMutexCreate();

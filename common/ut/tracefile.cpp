@@ -16,13 +16,9 @@
 void trSetMax(unsigned long megabytes) {
     TraceObject& t = traceObj;
     t.sizeChanged = 1;
-    if (megabytes == 0) {
-        t.traceMax = 0;
-        t.wrap = 0;
-        return;
-    }
     t.traceMax = megabytes;
-    t.wrap = 1;
+    t.wrap = megabytes ? 1 : 0;  // no maximum: the file grows without wrapping
+    if (megabytes == 0) return;
     if (t.segSize)
         trSetSegSize(t.segSize);
     else if (megabytes > 1000)

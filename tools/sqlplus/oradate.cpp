@@ -43,21 +43,21 @@ std::string inCaseOf(const std::string& spelling, std::string word) {
     return word;
 }
 
-struct Fields {
-    int year, month, day, hour, minute, second;
-};
-
 }  // namespace
 
 bool DateFormat::parse(const std::string& model, std::string* error) {
     static const struct {
         const char* name;
         Element::Kind kind;
-    } kNames[] = {{"HH24", Element::HH24},  {"HH12", Element::HH12},       {"HH", Element::HH12},
-                  {"YYYY", Element::YEAR4}, {"RRRR", Element::RR},         {"YY", Element::YEAR2},
-                  {"RR", Element::RR},      {"MONTH", Element::MONTHNAME}, {"MON", Element::MON},
-                  {"MM", Element::MONTH},   {"MI", Element::MI},           {"DD", Element::DAY},
-                  {"SS", Element::SS},      {"AM", Element::AMPM},         {"PM", Element::AMPM}};
+        int Fields::*field;
+    } kNames[] = {{"HH24", Element::HH24, &Fields::hour}, {"HH12", Element::HH12, &Fields::hour},
+                  {"HH", Element::HH12, &Fields::hour},   {"YYYY", Element::YEAR4, &Fields::year},
+                  {"RRRR", Element::RR, &Fields::year},   {"YY", Element::YEAR2, &Fields::year},
+                  {"RR", Element::RR, &Fields::year},     {"MONTH", Element::MONTHNAME, nullptr},
+                  {"MON", Element::MON, nullptr},         {"MM", Element::MONTH, &Fields::month},
+                  {"MI", Element::MI, &Fields::minute},   {"DD", Element::DAY, &Fields::day},
+                  {"SS", Element::SS, &Fields::second},   {"AM", Element::AMPM, nullptr},
+                  {"PM", Element::AMPM, nullptr}};
     std::vector<Element> elements;
     size_t i = 0;
     while (i < model.size()) {
@@ -82,7 +82,7 @@ bool DateFormat::parse(const std::string& model, std::string* error) {
         bool known = false;
         for (const auto& n : kNames) {
             if (startsWithNoCase(model, i, n.name)) {
-                elements.push_back({n.kind, model.substr(i, strlen(n.name))});
+                elements.push_back({n.kind, model.substr(i, strlen(n.name)), n.field});
                 i += strlen(n.name);
                 known = true;
                 break;
@@ -171,38 +171,14 @@ bool DateFormat::read(const std::string& literal, std::string* canonical,
             return false;
         }
         int value = atoi(literal.substr(at, end - at).c_str());
-        switch (e.kind) {
-            case Element::YEAR4:
-                f.year = value;
-                break;
-            case Element::YEAR2:
-                f.year = f.year / 100 * 100 + value;
-                break;
-            case Element::RR:
-                f.year = end - at > 2 ? value : (value < 50 ? 2000 : 1900) + value;
-                break;
-            case Element::MONTH:
-                f.month = value;
-                break;
-            case Element::DAY:
-                f.day = value;
-                break;
-            case Element::HH24:
-                f.hour = value;
-                break;
-            case Element::HH12:
-                f.hour = value;
-                hour12 = true;
-                break;
-            case Element::MI:
-                f.minute = value;
-                break;
-            case Element::SS:
-                f.second = value;
-                break;
-            default:
-                break;
-        }
+        // Two digits of a year: YY keeps the current century, RR takes the
+        // nearer one (00 to 49: 2000s).
+        if (e.kind == Element::YEAR2)
+            value += f.year / 100 * 100;
+        else if (e.kind == Element::RR && end - at <= 2)
+            value += value < 50 ? 2000 : 1900;
+        if (e.kind == Element::HH12) hour12 = true;
+        f.*e.field = value;
         if (e.kind == Element::MONTH && (value < 1 || value > 12)) {
             *error = "ORA-01843: not a valid month";
             return false;
@@ -267,35 +243,15 @@ std::string DateFormat::show(const std::string& canonical) const {
             case Element::AMPM:
                 out += inCaseOf(e.text, f.hour < 12 ? "AM" : "PM");
                 continue;
-            case Element::YEAR4:
-                snprintf(buf, sizeof buf, "%04d", f.year);
-                break;
-            case Element::RR:
-                snprintf(buf, sizeof buf, e.text.size() == 4 ? "%04d" : "%02d",
-                         e.text.size() == 4 ? f.year : f.year % 100);
-                break;
-            case Element::YEAR2:
-                snprintf(buf, sizeof buf, "%02d", f.year % 100);
-                break;
-            case Element::MONTH:
-                snprintf(buf, sizeof buf, "%02d", f.month);
-                break;
-            case Element::DAY:
-                snprintf(buf, sizeof buf, "%02d", f.day);
-                break;
-            case Element::HH24:
-                snprintf(buf, sizeof buf, "%02d", f.hour);
-                break;
-            case Element::HH12:
-                snprintf(buf, sizeof buf, "%02d", f.hour % 12 ? f.hour % 12 : 12);
-                break;
-            case Element::MI:
-                snprintf(buf, sizeof buf, "%02d", f.minute);
-                break;
-            case Element::SS:
-                snprintf(buf, sizeof buf, "%02d", f.second);
+            default:
                 break;
         }
+        // A number: four digits for YYYY and RRRR, else two.
+        int value = f.*e.field;
+        bool fourDigits = e.kind == Element::YEAR4 || (e.kind == Element::RR && e.text.size() == 4);
+        if (e.kind == Element::YEAR2 || (e.kind == Element::RR && !fourDigits)) value %= 100;
+        if (e.kind == Element::HH12) value = value % 12 ? value % 12 : 12;
+        snprintf(buf, sizeof buf, fourDigits ? "%04d" : "%02d", value);
         out += buf;
     }
     return out;

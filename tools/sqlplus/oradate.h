@@ -31,6 +31,9 @@ class DateFormat {
     std::string show(const std::string& canonical) const;
 
   private:
+    struct Fields {
+        int year, month, day, hour, minute, second;
+    };
     struct Element {
         enum Kind {
             YEAR4,
@@ -50,6 +53,7 @@ class DateFormat {
         };
         Kind kind;
         std::string text;  // PUNCT and TEXT: the characters; others: the spelling's case
+        int Fields::*field = nullptr;  // a number element: the field it reads and shows
     };
     std::vector<Element> elements_;
 };

@@ -892,4 +892,18 @@ RVK_EXPORT int16_t rvkDecryptEx(unsigned char* key, unsigned char* cipher, unsig
 /* clang-format on */
 #define RVK_ENTRY_COUNT 43
 
+#ifdef __cplusplus
+#include <string.h>
+
+/* For C++ callers: a zeroed record of structure version `version`, the way
+   every call wants its records and every call fills its answers. */
+template <typename Record>
+inline Record rvkRecord(uint16_t version) {
+    Record r;
+    memset(&r, 0, sizeof r);
+    r.stVersion = version;
+    return r;
+}
+#endif
+
 #endif /* RVKAPI_H */
