@@ -174,7 +174,17 @@ Rc PgConn::open(const std::string& uri, const std::string& user, const std::stri
         err = "out of memory";
         return RVK_RC_NO_MEMORY;
     }
-    if (PQstatus(c) != CONNECTION_OK) {
+    bool connected = PQstatus(c) == CONNECTION_OK;
+    if (connected) {
+        // Every statement of the library finds its rows by key. A partition
+        // analysed while it was empty would be planned as a sequential scan,
+        // and a prepared statement keeps that plan while the partition
+        // grows: each insert of a long load would then scan all the rows
+        // before it.
+        PgResult set(PQexec(c, "SET enable_seqscan = off"));
+        connected = set && PQresultStatus(set.get()) == PGRES_COMMAND_OK;
+    }
+    if (!connected) {
         std::string msg = PQerrorMessage(c);
         while (!msg.empty() && msg.back() == '\n') msg.pop_back();
         err = "repository " + uri + " cannot be opened: " + msg;
