@@ -3,6 +3,7 @@
 
 #include <stdio.h>
 #include <string.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "common/nls/nls.h"
@@ -19,6 +20,17 @@ void finish(FILE* spool, const char* spoolPath) {
     if (TR_ORCLEVEL2) return;
     unlink(spoolPath);
     utForgetFile(spoolPath);
+}
+
+// The spool is cut into keys on a second thread where a second processor
+// can run it, and only when there is enough of it: a small catalog's spool
+// is cut in less time than the thread would take to start and to be
+// scheduled on a busy machine.
+bool readAhead(FILE* spool) {
+    const off_t kAheadFrom = 64 * 1024;  // some 3,000 handles
+    struct stat st;
+    return sysconf(_SC_NPROCESSORS_ONLN) > 1 && fstat(fileno(spool), &st) == 0 &&
+           st.st_size >= kAheadFrom;
 }
 
 }  // namespace
@@ -39,9 +51,7 @@ int16_t utLoadBTree(const char* spoolPath, BTree* index, unsigned long* handlesR
 
     unsigned long stored = 0;
     unsigned long read = 0;
-    // The spool is cut into keys on a second thread where a second
-    // processor can run it.
-    UtSpoolKeys keys(spool, sysconf(_SC_NPROCESSORS_ONLN) > 1);
+    UtSpoolKeys keys(spool, readAhead(spool));
     UtProgress progress(PROGRESS_LOADING);
     bool feedback = false;
     while (keys.nextLine(&feedback)) {
