@@ -74,4 +74,23 @@ TEST(SpoolErrorsTest, ASpoolWithErrorsIsReportedWithoutThePasswordAndRemoved) {
     EXPECT_FALSE(zebotest::fileExists(spool));
 }
 
+// A large spool is read in blocks of 1 MB: lines that run over a block's end
+// (an error line, a handle line longer than a block) are still read whole.
+TEST(SpoolErrorsTest, LinesOverBlockBoundariesAreReadWhole) {
+    zebotest::TempDir dir;
+    std::string spool = dir.file("large.out");
+    const std::string error = "ORA-00942: table or view does not exist";
+    std::string text;
+    const size_t errorAt = (1u << 20) - 10;  // 10 bytes before the first block ends
+    while (text.size() + 81 <= errorAt) text += "c-1234-8638-1" + std::string(67, ' ') + "\n";
+    text += std::string(errorAt - text.size() - 1, 'x') + "\n";
+    text += error + "\n";
+    text += "E" + std::string(3u << 20, 'x') + "\n";  // an 'E' line of three blocks
+    text += "ERROR:" + std::string(75, ' ');          // last, without a line end
+    zebotest::writeFile(spool, text);
+    std::vector<std::string> found;
+    EXPECT_EQ(2u, utFindSpoolErrors(spool.c_str(), 5, &found));
+    EXPECT_EQ((std::vector<std::string>{error, "ERROR:"}), found);
+}
+
 }  // namespace
