@@ -167,9 +167,33 @@ Rc PgConn::open(const std::string& uri, const std::string& user, const std::stri
     }
     keys.push_back("application_name");
     values.push_back("vltapi");
+    return connect(keys, values, true, uri, out, err);
+}
+
+// libpq keeps what a connection was opened with, the password too, so a
+// second connection needs nothing that this one does not already hold.
+Rc PgConn::twin(std::unique_ptr<PgConn>& out, std::string& err) const {
+    PQconninfoOption* info = PQconninfo(conn_);
+    if (!info) {
+        err = "out of memory";
+        return RVK_RC_NO_MEMORY;
+    }
+    std::vector<const char*> keys, values;
+    for (const PQconninfoOption* o = info; o->keyword; ++o) {
+        if (!o->val) continue;
+        keys.push_back(o->keyword);
+        values.push_back(o->val);
+    }
+    Rc rc = connect(keys, values, false, PQdb(conn_), out, err);
+    PQconninfoFree(info);
+    return rc;
+}
+
+Rc PgConn::connect(std::vector<const char*> keys, std::vector<const char*> values, bool expand,
+                   const std::string& name, std::unique_ptr<PgConn>& out, std::string& err) {
     keys.push_back(nullptr);
     values.push_back(nullptr);
-    PGconn* c = PQconnectdbParams(keys.data(), values.data(), 1);
+    PGconn* c = PQconnectdbParams(keys.data(), values.data(), expand ? 1 : 0);
     if (!c) {
         err = "out of memory";
         return RVK_RC_NO_MEMORY;
@@ -187,7 +211,7 @@ Rc PgConn::open(const std::string& uri, const std::string& user, const std::stri
     if (!connected) {
         std::string msg = PQerrorMessage(c);
         while (!msg.empty() && msg.back() == '\n') msg.pop_back();
-        err = "repository " + uri + " cannot be opened: " + msg;
+        err = "repository " + name + " cannot be opened: " + msg;
         bool refused = msg.find("authentication failed") != std::string::npos ||
                        msg.find("no password supplied") != std::string::npos;
         PQfinish(c);
@@ -405,6 +429,19 @@ Rc PgConn::copyRow(char*& row, int& len, bool& done) {
     PQfreemem(copyRow_);
     copyRow_ = nullptr;
     done = false;
+    if (aheadAt_ < ahead_.size()) {
+        memcpy(&len, &ahead_[aheadAt_], sizeof len);
+        row = &ahead_[aheadAt_ + sizeof len];
+        aheadAt_ += sizeof len + static_cast<size_t>(len) + 1;
+        return RVK_RC_OK;
+    }
+    ahead_.clear();
+    aheadAt_ = 0;
+    if (aheadDone_) {
+        aheadDone_ = false;
+        done = true;
+        return aheadRc_;
+    }
     int n = PQgetCopyData(conn_, &copyRow_, 0);
     if (n > 0) {
         row = copyRow_;
@@ -412,17 +449,49 @@ Rc PgConn::copyRow(char*& row, int& len, bool& done) {
         return RVK_RC_OK;
     }
     done = true;
+    return copyEnded(n);
+}
+
+// -1: the end, the statement's result (maybe an error) follows; -2: the
+// connection failed.
+Rc PgConn::copyEnded(int n) {
     const char* what = copying_;
     copying_ = nullptr;
-    // -1: the end, the statement's result (maybe an error) follows; -2: the
-    // connection failed.
     Rc rc = n == -2 ? failure(nullptr, what) : finish(PgResult(PQgetResult(conn_)), what, nullptr);
     while (PgResult(PQgetResult(conn_))) {
     }
     return rc;
 }
 
+// The socket is libpq's, non-blocking: PQconsumeInput takes what has
+// arrived, and PQgetCopyData in its asynchronous form hands out the whole
+// rows among it.
+void PgConn::copyAhead(size_t most) {
+    if (!copying_ || aheadDone_) return;
+    if (!PQconsumeInput(conn_)) {
+        aheadRc_ = copyEnded(-2);
+        aheadDone_ = true;
+        return;
+    }
+    while (ahead_.size() - aheadAt_ < most) {
+        char* data = nullptr;
+        int n = PQgetCopyData(conn_, &data, 1);
+        if (n == 0) return;
+        if (n < 0) {
+            aheadRc_ = copyEnded(n);
+            aheadDone_ = true;
+            return;
+        }
+        ahead_.append(reinterpret_cast<const char*>(&n), sizeof n);
+        ahead_.append(data, static_cast<size_t>(n) + 1);  // with its closing NUL
+        PQfreemem(data);
+    }
+}
+
 void PgConn::stopCopy() {
+    ahead_.clear();
+    aheadAt_ = 0;
+    aheadDone_ = false;
     if (!copying_) return;
     copying_ = nullptr;
     if (PGcancel* c = PQgetCancel(conn_)) {

@@ -80,6 +80,9 @@ class PgConn {
     // RVK_RC_COMM_FAILURE when it cannot be reached.
     static Rc open(const std::string& uri, const std::string& user, const std::string& password,
                    std::unique_ptr<PgConn>& out, std::string& err);
+    // A second connection to the same database as the same role, with the
+    // same settings; the codes are open's.
+    Rc twin(std::unique_ptr<PgConn>& out, std::string& err) const;
     ~PgConn();
     PgConn(const PgConn&) = delete;
     PgConn& operator=(const PgConn&) = delete;
@@ -129,6 +132,12 @@ class PgConn {
     // The next row in COPY's text form, valid until the next call; `done`
     // after the last, when the statement's own result has been read.
     Rc copyRow(char*& row, int& len, bool& done);
+    // Reads the rows of the running COPY that have already arrived, without
+    // waiting, into a buffer of the connection that copyRow then reads
+    // first, until the buffer holds `most` bytes: a COPY whose rows are
+    // read later keeps its server busy meanwhile instead of waiting for a
+    // full socket. A failure found here is copyRow's after the rows before.
+    void copyAhead(size_t most);
     // Ends a COPY before its last row: the server is asked to cancel it and
     // what it still sends is dropped. Its transaction has then failed.
     void stopCopy();
@@ -153,6 +162,9 @@ class PgConn {
 
   private:
     explicit PgConn(PGconn* c) : conn_(c) {}
+    static Rc connect(std::vector<const char*> keys, std::vector<const char*> values, bool expand,
+                      const std::string& name, std::unique_ptr<PgConn>& out, std::string& err);
+    Rc copyEnded(int n);
     Rc failure(const PGresult* r, const char* what);
     Rc finish(PgResult r, const char* what, PgResult* rows);
     Rc sent(int ok, const char* what, bool report, PgResult* into = nullptr);
@@ -176,6 +188,12 @@ class PgConn {
 
     const char* copying_ = nullptr;  // the `what` of the COPY being read
     char* copyRow_ = nullptr;        // its last row
+    // Rows read ahead, each its length, its text and a NUL; the reader's
+    // place; whether the COPY ended while reading ahead, and how.
+    std::string ahead_;
+    size_t aheadAt_ = 0;
+    bool aheadDone_ = false;
+    Rc aheadRc_ = 0;
 
     std::map<std::string, std::string> prepared_;
     unsigned statements_ = 0;  // names of prepared statements

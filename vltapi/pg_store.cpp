@@ -226,8 +226,9 @@ class PgCursor : public ObjectCursor {
 // end, outside any transaction.
 class PgStream : public ObjectCursor {
   public:
-    PgStream(PgStore* store, const FixedColumns& fixed, SeenIds* seen)
-        : store_(store), fixed_(fixed), seen_(seen) {}
+    // With `second`, the rows of the first half come from the store's
+    // connection and those of the second half from `second`.
+    PgStream(PgStore* store, const FixedColumns& fixed, SeenIds* seen, PgConn* second);
     // A stream dropped before its end is stopped.
     ~PgStream() override;
     Rc next(ObjectRecord& o, bool& have) override;
@@ -236,6 +237,9 @@ class PgStream : public ObjectCursor {
     PgStore* store_;
     FixedColumns fixed_;
     SeenIds* seen_;
+    PgConn* reading_;  // the connection whose rows are being read
+    PgConn* second_;   // the second half's, while the first is being read
+    unsigned rows_ = 0;
     std::vector<PgField> fields_;
     bool done_ = false;
     Rc failed_ = RVK_RC_OK;
@@ -337,10 +341,79 @@ class PgStore : public Store {
     // A stream runs in a transaction of its own, which a stream stopped or
     // failed has spoiled.
     void streamClosed(bool complete) {
+        endSecondHalf(complete);
         if (!complete) c_->stopCopy();
         if (c_->broken()) return;
         --cursors_;
         c_->exec(complete ? "COMMIT" : "ROLLBACK", "end query");
+    }
+
+    // A query of many objects in name order costs the server about a
+    // microsecond an object, twice what the client needs for it: the server
+    // is what the reader waits for. So a large one runs as two COPYs, on
+    // this connection and a second one that shares this transaction's
+    // snapshot (both see the same objects), split at the median name of a
+    // sample: two server processes produce the halves side by side, and the
+    // second half waits in the client's memory while the first is read.
+    // Nothing is split when the sample is small, or when a second
+    // connection cannot be had: the query then runs whole, on this one.
+    //
+    // On return, `second` is null or the connection whose COPY of the
+    // second half runs, and `bound` is what the first half adds to its
+    // conditions. A failure of this connection is returned; one of the
+    // second connection just leaves the query whole.
+    Rc startSecondHalf(const std::string& select, const std::string& where,
+                       const std::string& order, std::string& bound, PgConn*& second) {
+        // Some 1,000 sampled objects: about 100,000 in all.
+        const int kSampledToSplit = 1000;
+        second = nullptr;
+        if (noHelper_) return RVK_RC_OK;
+        PgResult sample;
+        if (Rc rc = c_->execOnce(
+                "SELECT hl, ll, id FROM objects TABLESAMPLE SYSTEM (1)" + where + order, {},
+                "sample objects", &sample))
+            return rc;
+        int n = PQntuples(sample.get());
+        if (n < kSampledToSplit) return RVK_RC_OK;
+        Row mid{sample.get(), n / 2};
+        std::string at = "(" + c_->quoteLiteral(mid.text(0)) + ", " +
+                         c_->quoteLiteral(mid.text(1)) + ", " + mid.text(2) + ")";
+        PgResult snapshot;
+        if (Rc rc = c_->exec("SELECT pg_export_snapshot()", "export snapshot", &snapshot))
+            return rc;
+        if (!helper_) {
+            std::string err;
+            if (c_->twin(helper_, err)) {
+                helper_.reset();
+                noHelper_ = true;
+                return RVK_RC_OK;
+            }
+        }
+        Row id{snapshot.get(), 0};
+        helperReading_ = true;
+        if (helper_->exec("BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY; SET TRANSACTION "
+                          "SNAPSHOT " +
+                              helper_->quoteLiteral(id.text(0)),
+                          "share the snapshot") ||
+            helper_->copyOut(
+                "COPY (" + select + where + " AND (hl, ll, id) >= " + at + order + ") TO STDOUT",
+                "query objects")) {
+            endSecondHalf(false);
+            return RVK_RC_OK;
+        }
+        bound = "(hl, ll, id) < " + at;
+        second = helper_.get();
+        return RVK_RC_OK;
+    }
+
+    // Ends the second connection's transaction; a connection that failed
+    // is dropped (the next split query opens another).
+    void endSecondHalf(bool complete) {
+        if (!helperReading_) return;
+        helperReading_ = false;
+        if (!complete) helper_->stopCopy();
+        if (helper_->broken() || helper_->exec(complete ? "COMMIT" : "ROLLBACK", "end query"))
+            helper_.reset();
     }
 
     Rc readSettings(ServerSettings& s) override {
@@ -516,23 +589,24 @@ class PgStore : public Store {
             return "$" + std::to_string(p.size());
         };
         FixedColumns fixed = fixedColumns(q);
-        std::string sql = "SELECT " + queriedColumns(fixed) +
-                          " FROM objects WHERE node_id = " + param(pgInt(q.nodeId));
-        if (q.fsId) sql += " AND fs_id = " + param(pgInt(q.fsId));
-        if (q.hlExact) sql += " AND hl = " + param(pgText(q.hl));
-        if (q.llExact) sql += " AND ll = " + param(pgText(q.ll));
+        std::string where = " WHERE node_id = " + param(pgInt(q.nodeId));
+        if (q.fsId) where += " AND fs_id = " + param(pgInt(q.fsId));
+        if (q.hlExact) where += " AND hl = " + param(pgText(q.hl));
+        if (q.llExact) where += " AND ll = " + param(pgText(q.ll));
         if (q.pit == 0) {
-            if (q.state != 0xFF) sql += " AND state = " + param(pgInt(q.state));
+            if (q.state != 0xFF) where += " AND state = " + param(pgInt(q.state));
         } else {
             std::string pit = param(pgInt(q.pit));
-            sql += " AND ins_date <= " + pit;
+            where += " AND ins_date <= " + pit;
             if (q.state == RVK_STATE_ACTIVE)
-                sql += " AND (deact_date = 0 OR deact_date > " + pit + ")";
+                where += " AND (deact_date = 0 OR deact_date > " + pit + ")";
             else if (q.state == RVK_STATE_INACTIVE)
-                sql += " AND deact_date <> 0 AND deact_date <= " + pit;
+                where += " AND deact_date <> 0 AND deact_date <= " + pit;
         }
-        if (q.objType != 0xFF) sql += " AND type = " + param(pgInt(q.objType));
-        sql += q.fsId ? " ORDER BY hl, ll, id" : " ORDER BY id";
+        if (q.objType != 0xFF) where += " AND type = " + param(pgInt(q.objType));
+        std::string select = "SELECT " + queriedColumns(fixed) + " FROM objects";
+        std::string order = q.fsId ? " ORDER BY hl, ll, id" : " ORDER BY id";
+        std::string sql = select + where + order;
         std::string name = "objects_" + std::to_string(++cursorSerial_);
         // What a node's query reads in a snapshot of its own is known to
         // have been there; rows of an open transaction might yet be undone.
@@ -544,11 +618,21 @@ class PgStore : public Store {
         }
         if (Rc rc = cursorOpened()) return rc;
         if (stream) {
-            if (Rc rc = c_->copyOut("COPY (" + sql + ") TO STDOUT", "query objects")) {
+            // A large query in name order is read in two halves side by side.
+            std::string bound;
+            PgConn* second = nullptr;
+            if (q.fsId) {
+                if (Rc rc = startSecondHalf(select, where, order, bound, second)) {
+                    streamClosed(false);
+                    return rc;
+                }
+            }
+            std::string first = select + where + (second ? " AND " + bound : "") + order;
+            if (Rc rc = c_->copyOut("COPY (" + first + ") TO STDOUT", "query objects")) {
                 streamClosed(false);
                 return rc;
             }
-            out.reset(new PgStream(this, fixed, seen));
+            out.reset(new PgStream(this, fixed, seen, second));
             return RVK_RC_OK;
         }
         if (Rc rc = c_->execOnce("DECLARE " + name + " NO SCROLL CURSOR FOR " + sql, p,
@@ -790,6 +874,11 @@ class PgStore : public Store {
 
   private:
     std::unique_ptr<PgConn> c_;
+    // The second connection of split queries, opened at the first; none
+    // after it could not be opened. Whether it is reading a half.
+    std::unique_ptr<PgConn> helper_;
+    bool noHelper_ = false;
+    bool helperReading_ = false;
     bool asNode_;
     bool inTxn_ = false;
     int cursors_ = 0;
@@ -847,6 +936,9 @@ Rc PgCursor::next(ObjectRecord& o, bool& have) {
     return RVK_RC_OK;
 }
 
+PgStream::PgStream(PgStore* store, const FixedColumns& fixed, SeenIds* seen, PgConn* second)
+    : store_(store), fixed_(fixed), seen_(seen), reading_(&store->conn()), second_(second) {}
+
 PgStream::~PgStream() {
     store_->streamClosed(done_ && failed_ == RVK_RC_OK);
 }
@@ -856,8 +948,19 @@ Rc PgStream::next(ObjectRecord& o, bool& have) {
     if (done_) return failed_;
     char* row = nullptr;
     int len = 0;
-    failed_ = store_->conn().copyRow(row, len, done_);
-    if (failed_ || done_) return failed_;
+    for (;;) {
+        failed_ = reading_->copyRow(row, len, done_);
+        if (failed_ && reading_ != &store_->conn()) store_->conn().setError(reading_->lastError());
+        if (failed_ || !done_) break;
+        if (!second_) return RVK_RC_OK;
+        reading_ = second_;
+        second_ = nullptr;
+    }
+    if (failed_) return failed_;
+    // What the second half's server has sent meanwhile is taken off the
+    // socket, so that it goes on producing.
+    const size_t kAheadBytes = 64u << 20;
+    if (second_ && ++rows_ % 64 == 0) second_->copyAhead(kAheadBytes);
     pgCopyFields(row, len, fields_);
     size_t want = 10u + !fixed_.fs + !fixed_.state + !fixed_.type;
     if (fields_.size() != want) {

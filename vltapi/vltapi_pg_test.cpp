@@ -11,6 +11,7 @@
 #include <functional>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "api/backupquery.h"
@@ -357,4 +358,61 @@ TEST_F(Pg, LoadsIntoPartitionsAnalysedEmptyFindEarlierVersionsByIndex) {
     ASSERT_TRUE(intoAnEmptyOne) << "no node of the test landed on a partition analysed empty";
     EXPECT_LT(after - before, 10);
     for (const auto& n : nodes) EXPECT_EQ(repo.count(n), 300u);
+}
+
+// A query of many objects runs as two COPYs on two connections that share
+// one snapshot. Every name twice (an older inactive version), over three
+// high-level names, so that wherever the halves meet the order by name and
+// then id is tested; a deletion committed while the query runs changes
+// neither half; a query ended in the second half leaves both connections
+// usable.
+TEST_F(Pg, LargeQueriesRunInTwoHalvesAndKeepTheirOrderAndSnapshot) {
+    repo.load("node1", objectLines("/many", 1));
+    const std::string db = repo.database();
+    pgSql(db,
+          "INSERT INTO objects(fs_id, node_id, hl, ll, type, owner, mc, ins_date, deact_date, "
+          "size, state, has_data, info) SELECT f.id, f.node_id, '/h' || (i / 2 % 3), '/p' || "
+          "lpad((i / 2)::text, 7, '0'), 1, '', 'DEFAULT', 20240102030405, 0, i, 2 - i % 2, "
+          "false, ''::bytea FROM filespaces f, generate_series(2, 150001) i WHERE f.name = "
+          "'/many'");
+    const std::string count =
+        "SELECT count(*) FROM objects o JOIN filespaces f ON f.id = o.fs_id WHERE f.name = "
+        "'/many'";
+    const size_t n = std::stoul(pgSql(db, count).at(0));
+    ASSERT_EQ(n, 150001u);
+    const std::string backends =
+        "SELECT count(*) FROM pg_stat_activity WHERE usename = '" + role("NODE1") + "'";
+    uint32_t h = 0;
+    ASSERT_EQ(logOn(&h, "node1", "pw-one"), RVK_RC_OK);
+
+    rvkObjName name = BackupQuery::objectName("/many", "*", "*", RVK_OBJ_ANY);
+    BackupQuery all(BackupQuery::library(), h);
+    ASSERT_EQ(all.begin(&name, RVK_STATE_ANY), RVK_RC_OK);
+    ASSERT_EQ(all.next(), RVK_RC_MORE_DATA);
+    EXPECT_EQ(pgSql(db, backends).at(0), "2") << "the query did not take a second connection";
+    pgSql(db, "DELETE FROM objects WHERE size % 1000 = 7");  // another session's, committed
+    std::vector<std::tuple<std::string, std::string, uint64_t>> got;
+    do {
+        const rvkQryRespBackup& o = all.object();
+        got.emplace_back(o.objName.hl, o.objName.ll,
+                         (static_cast<uint64_t>(o.objId.hi) << 32) | o.objId.lo);
+    } while (all.next() == RVK_RC_MORE_DATA);
+    EXPECT_EQ(all.lastRc(), RVK_RC_FINISHED);
+    EXPECT_EQ(all.end(), RVK_RC_OK);
+    EXPECT_EQ(got.size(), n);
+    EXPECT_TRUE(std::adjacent_find(got.begin(), got.end(),
+                                   [](const auto& a, const auto& b) { return !(a < b); }) ==
+                got.end())
+        << "not in strict order of high-level name, low-level name and id";
+
+    // Ended early in the second half; then a whole query and a transaction.
+    BackupQuery early(BackupQuery::library(), h);
+    ASSERT_EQ(early.begin(&name, RVK_STATE_ANY), RVK_RC_OK);
+    for (size_t i = 0; i < n * 3 / 4; ++i) ASSERT_EQ(early.next(), RVK_RC_MORE_DATA) << i;
+    EXPECT_EQ(early.end(), RVK_RC_OK);
+    auto mine = ids(query(h, "/many", "*", "*", RVK_STATE_ANY));
+    EXPECT_EQ(mine.size(), std::stoul(pgSql(db, count).at(0)));
+    uint16_t reason = 0;
+    EXPECT_EQ(deleteInTxn(h, {mine.front(), mine.back()}, RVK_VOTE_COMMIT, &reason), RVK_RC_OK);
+    EXPECT_EQ(rvkTerminate(h), RVK_RC_OK);
 }
