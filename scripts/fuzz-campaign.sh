@@ -37,7 +37,9 @@ for t in "${targets[@]}"; do
     exe=$build/fuzzbin/${t}_fuzz
     seeds=$root/fuzz/corpus/$t
     regressions=$root/fuzz/regressions/$t
-    work=$build/campaign/$t
+    # One folder per run, so that two runs of the same target (one per core)
+    # keep out of each other's way.
+    work=$build/campaign/$t.$$
     rm -rf "$work"
     mkdir -p "$work/corpus" "$work/artifacts" "$seeds" "$regressions"
     log=$work/fuzz.log
