@@ -435,8 +435,11 @@ Rc PgConn::copyRow(char*& row, int& len, bool& done) {
         aheadAt_ += sizeof len + static_cast<size_t>(len) + 1;
         return RVK_RC_OK;
     }
-    ahead_.clear();
-    aheadAt_ = 0;
+    if (!ahead_.empty()) {
+        // Its memory goes back too: the connection lives with the session.
+        std::string().swap(ahead_);
+        aheadAt_ = 0;
+    }
     if (aheadDone_) {
         aheadDone_ = false;
         done = true;
