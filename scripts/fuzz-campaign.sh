@@ -67,11 +67,18 @@ for t in "${targets[@]}"; do
     # The seeds gain only the new inputs that reach new code (edges, not hit
     # counts, so that the committed corpus stays small).
     before=$(find "$seeds" -type f | wc -l)
-    (cd "$work" && "$exe" -merge=1 -use_counters=0 -timeout=10 "$seeds" "$work/corpus") >"$work/merge.log" 2>&1 ||
+    merged=1
+    (cd "$work" && "$exe" -merge=1 -use_counters=0 -timeout=10 "$seeds" "$work/corpus") >"$work/merge.log" 2>&1 || {
+        merged=0
         echo "$t: merge failed, see $work/merge.log" >&2
+    }
     after=$(find "$seeds" -type f | wc -l)
     line="$(date -u +%FT%TZ) $t: ${seconds}s, ${execs:-0} executions, corpus $before -> $after files, findings $findings"
     echo "$line"
     echo "$line" >>"$root/fuzz/campaign.log"
+    # A run's folder is named by its process, so nothing reuses it: it goes
+    # once everything in it is kept, and stays for reading when a run or its
+    # merge failed.
+    if [ $rc -eq 0 ] && [ $merged -eq 1 ]; then rm -rf "$work"; fi
 done
 [ "$found" -eq 0 ]
