@@ -19,7 +19,8 @@
 
 // `mode` is one of the stdio modes the trace uses: "r+" (an existing file,
 // for update), "w+" (created or emptied, for update) or "a" (created or
-// appended). Returns the stream, or null with errno set.
+// appended). Returns the stream, or null with errno set. The streams share
+// one buffer: close one before opening the next.
 FILE* trOpenPrivate(const char* path, const char* mode);
 
 #endif
