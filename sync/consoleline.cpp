@@ -3,6 +3,8 @@
 
 #include <string.h>
 
+#include "common/ut/trace.h"
+
 namespace {
 FILE* consoleIn = nullptr;  // null: stdin
 }
@@ -17,6 +19,9 @@ int zeboReadConsoleLine(char* answer, size_t size) {
     FILE* in = consoleIn != nullptr ? consoleIn : stdin;
     char line[CONSOLE_LINE_MAX + 1];
     answer[0] = '\0';
+    // Whoever waits with the program, at the screen or on the trace file,
+    // sees everything up to the question.
+    trFlush();
     fflush(stdout);
     if (fgets(line, sizeof line, in) == nullptr) return 0;
 

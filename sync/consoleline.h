@@ -18,6 +18,7 @@ enum { CONSOLE_LINE_MAX = 1023 };
 // copies at most size - 1 characters of it, then a NUL, into `answer`.
 // At end of input (or a read error) the answer is empty: the prompts' own
 // rules for empty answers then end the run. Returns the answer's length.
+// Standard output and the trace are flushed before it waits.
 // REQUIRES: size >= 1.
 int zeboReadConsoleLine(char* answer, size_t size);
 

@@ -1,10 +1,13 @@
 // The prompts' line reader: blanks in front, the newline, over-long lines
-// and the end of input.
+// and the end of input, and the trace brought up to date before it waits.
 #include "sync/consoleline.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
+
+#include "common/ut/tracetest.h"
+#include "testing/testutil.h"
 
 namespace {
 
@@ -35,6 +38,31 @@ TEST(ConsoleLine, ReadsOneAnswerPerLine) {
 
     zeboSetConsoleInput(old);
     fclose(in);
+}
+
+using ConsoleLineTrace = TraceTest;
+
+// A trace line written before a question is in the file while the program
+// waits for the answer, not only once the buffer fills.
+TEST_F(ConsoleLineTrace, TheTraceIsOnDiskBeforeTheProgramWaits) {
+    zebotest::TempDir dir;
+    const std::string path = dir.file("trace.out");
+    ASSERT_EQ(0, trSetFlags("API -TIMESTAMP -PREFIX", 1));
+    ASSERT_EQ(0, trOpen(path.c_str(), 0));
+    TRACE(TR_API, "before the question\n");
+    EXPECT_EQ(std::string::npos, zebotest::readFile(path).find("before the question"));
+
+    FILE* in = tmpfile();
+    ASSERT_NE(nullptr, in);
+    fputs("answer\n", in);
+    rewind(in);
+    FILE* old = zeboSetConsoleInput(in);
+    char answer[CONSOLE_LINE_MAX + 1];
+    EXPECT_EQ(6, zeboReadConsoleLine(answer, sizeof answer));
+    zeboSetConsoleInput(old);
+    fclose(in);
+    EXPECT_NE(std::string::npos, zebotest::readFile(path).find("before the question\n"));
+    trClose(0);
 }
 
 }  // namespace
