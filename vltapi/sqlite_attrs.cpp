@@ -37,7 +37,7 @@ bool unpackAttrs(const char* p, size_t n, ObjectRecord& o) {
     for (int64_t& x : v)
         if (!number(p, end, x)) return false;
     const int64_t ownerLen = v[6], mcLen = v[7];
-    if (ownerLen < 0 || mcLen < 0 || ownerLen > end - p || mcLen > end - p - ownerLen) return false;
+    if (ownerLen < 0 || mcLen < 0 || ownerLen + mcLen > end - p) return false;
     o.type = static_cast<int>(v[0]);
     o.state = static_cast<int>(v[1]);
     o.hasData = v[2] != 0;
