@@ -17,7 +17,6 @@
 #include <vector>
 
 #include "rvkapi.h"
-#include "vltapi/sqlite_attrs.h"
 #include "vltapi/sqlite_fields.h"
 #include "vltapi/store.h"
 #include "vltapi/util.h"
@@ -67,6 +66,10 @@ CREATE TABLE objects(
     state INTEGER NOT NULL,
     has_data INTEGER NOT NULL,
     info BLOB NOT NULL);
+-- Every column: a query walks a file space's objects in name order from the
+-- index alone, instead of fetching each row by its id.
+CREATE INDEX objects_name ON objects(node_id, fs_id, hl, ll, id, type, owner, mc, ins_date,
+    deact_date, size, state, has_data, info);
 CREATE TABLE object_data(
     obj_id INTEGER NOT NULL,
     seq INTEGER NOT NULL,
@@ -194,26 +197,15 @@ class Used {
 
 class SqliteStore;
 
-// Reads a query's rows: every column of the table, or, with `packed`, the
-// id, the names and the packed attributes of a file space's objects.
 class SqliteCursor : public ObjectCursor {
   public:
-    SqliteCursor(SqliteStore* store, sqlite3_stmt* st, const ObjectQuery* packed)
-        : store_(store), st_(st), packed_(packed != nullptr) {
-        if (packed) {
-            nodeId_ = packed->nodeId;
-            fsId_ = packed->fsId;
-        }
-    }
+    SqliteCursor(SqliteStore* store, sqlite3_stmt* st) : store_(store), st_(st) {}
     ~SqliteCursor() override { sqlite3_finalize(st_); }
     Rc next(ObjectRecord& o, bool& have) override;
 
   private:
     SqliteStore* store_;
     sqlite3_stmt* st_;
-    bool packed_;
-    int64_t nodeId_ = 0;
-    int64_t fsId_ = 0;
 };
 
 class SqliteStore : public Store {
@@ -232,20 +224,6 @@ class SqliteStore : public Store {
     Rc fail(int src, const char* what) {
         lastError_ = std::string(what) + ": " + sqlite3_errmsg(db_);
         return mapRc(src);
-    }
-    // A repository whose content this library cannot read.
-    Rc damaged(const std::string& what) {
-        lastError_ = what;
-        return RVK_RC_REPOSITORY_ERROR;
-    }
-
-    // Whether the objects carry packed attributes: repositories made before
-    // them do not, and are read column by column.
-    void findPackedAttributes() {
-        sqlite3_stmt* st = nullptr;
-        hasAttrs_ = sqlite3_prepare_v2(db_, "SELECT attrs FROM objects LIMIT 0", -1, &st,
-                                       nullptr) == SQLITE_OK;
-        sqlite3_finalize(st);
     }
 
     // A cached prepared statement, keyed by the address of its text.
@@ -462,11 +440,8 @@ class SqliteStore : public Store {
     }
 
     Rc openObjects(const ObjectQuery& q, std::unique_ptr<ObjectCursor>& out) override {
-        // A file space's objects come from the name index alone; the whole
-        // node's, in id order, from the table.
-        const bool packed = q.fsId && hasAttrs_;
-        std::string sql = std::string("SELECT ") + (packed ? "id, hl, ll, attrs" : kObjectColumns) +
-                          " FROM objects WHERE node_id = ?1";
+        std::string sql =
+            std::string("SELECT ") + kObjectColumns + " FROM objects WHERE node_id = ?1";
         if (q.fsId) sql += " AND fs_id = ?2";
         if (q.hlExact) sql += " AND hl = ?3";
         if (q.llExact) sql += " AND ll = ?4";
@@ -485,7 +460,7 @@ class SqliteStore : public Store {
         int r = sqlite3_prepare_v2(db_, sql.c_str(), -1, &st, nullptr);
         if (r != SQLITE_OK) return fail(r, "prepare object query");
         bindAll(st, q.nodeId, q.fsId, q.hl, q.ll, q.state, q.pit, q.objType);
-        out.reset(new SqliteCursor(this, st, packed ? &q : nullptr));
+        out.reset(new SqliteCursor(this, st));
         return RVK_RC_OK;
     }
 
@@ -647,27 +622,14 @@ class SqliteStore : public Store {
     std::string lastError_;
     std::string accessWarning_;
     bool inTxn_ = false;
-    bool hasAttrs_ = false;
 };
 
 Rc SqliteCursor::next(ObjectRecord& o, bool& have) {
     int r = sqlite3_step(st_);
     if (r == SQLITE_ROW) {
+        readObject(st_, o);
         have = true;
-        if (!packed_) {
-            readObject(st_, o);
-            return RVK_RC_OK;
-        }
-        readColumns(st_, o.id, o.hl, o.ll);
-        o.nodeId = nodeId_;
-        o.fsId = fsId_;
-        const void* attrs = sqlite3_column_blob(st_, 3);
-        int n = sqlite3_column_bytes(st_, 3);
-        if (attrs && unpackAttrs(static_cast<const char*>(attrs), static_cast<size_t>(n), o))
-            return RVK_RC_OK;
-        have = false;
-        return store_->damaged("read objects: object " + std::to_string(o.id) +
-                               " has damaged packed attributes");
+        return RVK_RC_OK;
     }
     have = false;
     if (r == SQLITE_DONE) return RVK_RC_OK;
@@ -709,10 +671,6 @@ Rc writeNewRepository(SqliteStore& s, const ServerSettings& initial) {
     Rc rc = s.exec("PRAGMA journal_mode = WAL", "set WAL mode");
     if (!rc) rc = s.begin(true);
     if (!rc) rc = s.exec(kSchema, "create tables");
-    if (!rc)
-        rc = s.exec((std::string("ALTER TABLE objects ADD COLUMN ") + kAttrsColumn).c_str(),
-                    "add packed attributes");
-    if (!rc) rc = s.exec(kNameIndex, "create name index");
     if (!rc) {
         std::string seq = "INSERT INTO sqlite_sequence(name, seq) VALUES('objects', " +
                           std::to_string(kFirstObjectId - 1) + ")";
@@ -762,13 +720,12 @@ Rc openSqliteStore(const std::string& path, int busyTimeoutMs, std::unique_ptr<S
         err = "repository " + path + ": " + why;
         return rc;
     }
-    s->findPackedAttributes();
     if (Rc rc = s->exec("PRAGMA synchronous = FULL", "set synchronous")) {
         err = s->lastError();
         return rc;
     }
     // Reads straight from the mapped file instead of a read() per page (a
-    // query walks the whole name index), and a larger
+    // query walks the name index and fetches each row by id), and a larger
     // page cache for what is not mapped. Both are only hints: SQLite maps
     // less, or nothing, where the address space is short.
     sqlite3_exec(s->db(), "PRAGMA mmap_size = 2147418112", nullptr, nullptr, nullptr);
