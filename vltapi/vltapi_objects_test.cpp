@@ -1,11 +1,13 @@
 // File spaces, storing an object with its data and reading it back,
 // renaming and updating, and the functions this server does not offer.
 #include <gtest/gtest.h>
+#include <stdio.h>
 #include <string.h>
 
 #include <set>
 #include <string>
 #include <tuple>
+#include <vector>
 
 #include "api/backupquery.h"
 #include "rvkapi.h"
@@ -150,31 +152,69 @@ TEST_F(Objects, QueriesReadEachObjectsTypeAndState) {
               (Seen{{"/f", file, active, 5}, {"/f", file, inactive, 3}}));
 }
 
-// Names and object information come back byte for byte, whatever
-// characters they hold, and an exact name with quotes and backslashes
-// finds its object.
+// Every field of an object, as a query answers it.
+std::string describe(const rvkQryRespBackup& r) {
+    char fields[160];
+    auto date = [](const rvkDate& d) {
+        return ((d.year * 100L + d.month) * 100 + d.day) * 1000000L + d.hour * 10000 +
+               d.minute * 100 + d.second;
+    };
+    snprintf(fields, sizeof fields, "type %u id %u:%u ins %ld exp %ld size %u:%u state %u data %u",
+             r.objName.objType, r.objId.hi, r.objId.lo, date(r.insDate), date(r.expDate),
+             r.sizeEstimate.hi, r.sizeEstimate.lo, r.objState, r.hasData);
+    return std::string(r.objName.fs) + "|" + r.objName.hl + "|" + r.objName.ll + "|" + r.owner +
+           "|" + r.mcName + "|" + std::string(r.objInfo, r.objInfoLen) + "|" + fields;
+}
+
+// Names, object information and every other field come back byte for byte,
+// whatever characters they hold, and an exact name with quotes and
+// backslashes finds its object.
 TEST_F(Objects, QueriesReturnNamesAndInfoByteForByte) {
     ASSERT_EQ(registerFs("/fs"), RVK_RC_OK);
     const std::string odd = "/it's\\a\tb\nc\rd\be\ff\vg\x01\\N";
     const std::string info("\0\\x00\t\n\xff'", 9);
     ASSERT_EQ(send(odd.c_str(), "data", 10, RVK_VOTE_COMMIT, RVK_OBJ_FILE, info), RVK_RC_OK);
-    ASSERT_EQ(send("/plain", "", 10, RVK_VOTE_COMMIT), RVK_RC_OK);
-    for (const char* ll : {"*", odd.c_str()}) {
+    ASSERT_EQ(send("/plain", "", 10, RVK_VOTE_COMMIT, RVK_OBJ_DIRECTORY), RVK_RC_OK);
+    ASSERT_EQ(send("/plain", "", 10, RVK_VOTE_COMMIT, RVK_OBJ_DIRECTORY), RVK_RC_OK);
+    // The largest size: nineteen digits.
+    repo.load("node1", "/fs\t/h\t/z-huge\t2024-01-10 08:00:00\t9223372036854775807\n", "oracle");
+
+    auto answers = [&](const char* ll, uint8_t state) {
+        std::vector<rvkQryRespBackup> out;
         rvkObjName n = BackupQuery::objectName("/fs", "/h", ll, RVK_OBJ_ANY);
         BackupQuery q(BackupQuery::library(), h);
-        ASSERT_EQ(q.begin(&n, RVK_STATE_ACTIVE), RVK_RC_OK);
-        ASSERT_EQ(q.next(), RVK_RC_MORE_DATA);
-        EXPECT_EQ(std::string(q.object().objName.ll), odd);
-        EXPECT_EQ(std::string(q.object().objInfo, q.object().objInfoLen), info);
-        EXPECT_EQ(q.object().sizeEstimate.lo, 4u);
-        if (strcmp(ll, "*") == 0) {
-            ASSERT_EQ(q.next(), RVK_RC_MORE_DATA);
-            EXPECT_STREQ(q.object().objName.ll, "/plain");
-            EXPECT_EQ(q.object().objInfoLen, 0u);
-        }
-        EXPECT_EQ(q.next(), RVK_RC_FINISHED);
+        EXPECT_EQ(q.begin(&n, state), RVK_RC_OK);
+        int rc;
+        while ((rc = q.next()) == RVK_RC_MORE_DATA) out.push_back(q.object());
+        EXPECT_EQ(rc, RVK_RC_FINISHED);
         EXPECT_EQ(q.end(), RVK_RC_OK);
-    }
+        return out;
+    };
+    auto all = answers("*", RVK_STATE_ANY);
+    ASSERT_EQ(all.size(), 4u);
+    // In name order: "/it's..." before "/plain", the older "/plain" first.
+    EXPECT_EQ(std::string(all[0].objName.ll), odd);
+    EXPECT_EQ(std::string(all[0].objInfo, all[0].objInfoLen), info);
+    EXPECT_EQ(all[0].sizeEstimate.lo, 4u);
+    EXPECT_STREQ(all[0].owner, "oracle");
+    EXPECT_STREQ(all[0].mcName, "STANDARD");
+    EXPECT_EQ(all[0].hasData, RVK_TRUE);
+    EXPECT_EQ(all[0].objName.objType, RVK_OBJ_FILE);
+    EXPECT_STREQ(all[1].objName.ll, "/plain");
+    EXPECT_EQ(all[1].objState, RVK_STATE_INACTIVE);
+    EXPECT_NE(all[1].expDate.year, 0);
+    EXPECT_EQ(all[1].objInfoLen, 0u);
+    EXPECT_EQ(all[1].hasData, RVK_FALSE);
+    EXPECT_EQ(all[1].objName.objType, RVK_OBJ_DIRECTORY);
+    EXPECT_EQ(all[2].objState, RVK_STATE_ACTIVE);
+    EXPECT_EQ(all[2].expDate.year, 0);
+    EXPECT_EQ(all[3].sizeEstimate.hi, 0x7fffffffu);
+    EXPECT_EQ(all[3].sizeEstimate.lo, 0xffffffffu);
+    EXPECT_EQ(all[3].insDate.year, 2024);
+    EXPECT_EQ(all[3].insDate.hour, 8);
+    auto exact = answers(odd.c_str(), RVK_STATE_ACTIVE);
+    ASSERT_EQ(exact.size(), 1u);
+    EXPECT_EQ(describe(exact[0]), describe(all[0]));
 }
 
 TEST_F(Objects, AbortedSendLeavesNothing) {
