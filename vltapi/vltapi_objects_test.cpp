@@ -176,7 +176,7 @@ TEST_F(Objects, QueriesReturnNamesAndInfoByteForByte) {
     ASSERT_EQ(send(odd.c_str(), "data", 10, RVK_VOTE_COMMIT, RVK_OBJ_FILE, info), RVK_RC_OK);
     ASSERT_EQ(send("/plain", "", 10, RVK_VOTE_COMMIT, RVK_OBJ_DIRECTORY), RVK_RC_OK);
     ASSERT_EQ(send("/plain", "", 10, RVK_VOTE_COMMIT, RVK_OBJ_DIRECTORY), RVK_RC_OK);
-    // The largest size: nineteen digits.
+    // The largest size the admin tool takes: both halves of the answer in use.
     repo.load("node1", "/fs\t/h\t/z-huge\t2024-01-10 08:00:00\t9223372036854775807\n", "oracle");
 
     auto answers = [&](const char* ll, uint8_t state) {
