@@ -717,13 +717,17 @@ class PgStore : public Store {
             found = false;
             return RVK_RC_OK;
         }
-        return oneRow(std::string("WITH gone AS (DELETE FROM objects WHERE id = $1 AND node_id = "
-                                  "$2 RETURNING ") +
-                          kObjectColumns +
-                          "), data AS (DELETE FROM object_data WHERE obj_id IN (SELECT id FROM "
-                          "gone)) SELECT * FROM gone",
-                      {pgU64(id), pgInt(nodeId)}, "delete object", found,
-                      [&](const Row& w) { readObject(w, o); });
+        return oneRow(
+            "WITH gone AS (DELETE FROM objects WHERE id = $1 AND node_id = $2 "
+            "RETURNING id, fs_id, hl, ll), data AS (DELETE FROM object_data WHERE "
+            "obj_id IN (SELECT id FROM gone)) SELECT fs_id, hl, ll FROM gone",
+            {pgU64(id), pgInt(nodeId)}, "delete object", found, [&](const Row& w) {
+                o.id = id;
+                o.nodeId = nodeId;
+                o.fsId = w.num(0);
+                o.hl = w.text(1);
+                o.ll = w.text(2);
+            });
     }
 
     Rc queueNodeObjectDeletion(int64_t nodeId, uint64_t id, const ActLogRecord& log,

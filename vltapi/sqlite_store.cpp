@@ -521,13 +521,15 @@ class SqliteStore : public Store {
     }
 
     // Deletes and reads the object in one statement: no read of the row
-    // before it goes.
+    // before it goes, and only the columns the caller is given.
     Rc deleteNodeObject(int64_t nodeId, uint64_t id, ObjectRecord& o, bool& found) override {
-        static const std::string sqlText =
-            std::string("DELETE FROM objects WHERE id = ?1 AND node_id = ?2 RETURNING ") +
-            kObjectColumns;
-        if (Rc rc = stepRow(sqlText.c_str(), "delete object", &found, params(id, nodeId),
-                            [&](sqlite3_stmt* s) { readObject(s, o); }))
+        static const char* sql =
+            "DELETE FROM objects WHERE id = ?1 AND node_id = ?2 RETURNING fs_id, hl, ll, has_data";
+        if (Rc rc = stepRow(sql, "delete object", &found, params(id, nodeId), [&](sqlite3_stmt* s) {
+                readColumns(s, o.fsId, o.hl, o.ll, o.hasData);
+                o.id = id;
+                o.nodeId = nodeId;
+            }))
             return rc;
         return found && o.hasData ? deleteData(id) : RVK_RC_OK;
     }

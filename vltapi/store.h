@@ -190,8 +190,9 @@ class Store {
     virtual Rc updateObject(const ObjectRecord& o) = 0;
     // Deletes the object and its data; `changed` is false when it was gone.
     virtual Rc deleteObject(uint64_t id, bool& changed) = 0;
-    // Deletes object `id` of node `nodeId` with its data and gives what it
-    // was; `found` is false (and nothing changes) when the node has no such
+    // Deletes object `id` of node `nodeId` with its data and gives its id,
+    // node, file space and names (a store may leave the other fields as they
+    // were); `found` is false (and nothing changes) when the node has no such
     // object. The default finds it first; a networked store does both in
     // one round trip.
     virtual Rc deleteNodeObject(int64_t nodeId, uint64_t id, ObjectRecord& o, bool& found);
