@@ -18,6 +18,7 @@
 
 #include "rvkapi.h"
 #include "vltapi/sqlite_fields.h"
+#include "vltapi/sqlite_walbuffer.h"
 #include "vltapi/store.h"
 #include "vltapi/util.h"
 
@@ -642,7 +643,8 @@ Rc SqliteCursor::next(ObjectRecord& o, bool& have) {
 Rc openDatabase(const std::string& file, int flags, const std::string& prefix, sqlite3*& db,
                 std::string& err) {
     db = nullptr;
-    int r = sqlite3_open_v2(file.c_str(), &db, flags, nullptr);
+    // The log's writes are gathered into large ones (sqlite_walbuffer.h).
+    int r = sqlite3_open_v2(file.c_str(), &db, flags, walBufferVfsName());
     if (r == SQLITE_OK) return RVK_RC_OK;
     err = prefix + (db ? sqlite3_errmsg(db) : sqlite3_errstr(r));
     sqlite3_close_v2(db);
