@@ -1,5 +1,7 @@
 #include "sync/btree.h"
 
+#include <stddef.h>
+#include <stdint.h>
 #include <string.h>
 
 #include "agent/zebomem.h"
@@ -7,6 +9,13 @@
 #include "sync/phasetime.h"
 
 namespace {
+
+// The allocator keeps a block's size just in front of it, and free() reads
+// it first. Only a hint: an address that is no block costs nothing.
+inline void prefetchBlockHeader(const void* block) {
+    __builtin_prefetch(
+        reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(block) - sizeof(size_t)), 1);
+}
 
 // The deepest tree an insertion handles. Every node but the root holds at
 // least 2 keys, so a tree this deep would hold far more than 3^38 keys.
@@ -321,10 +330,17 @@ void* SearchItem(BTree* tree, const void* key, BTreeCompareFn compareFunction) {
 void FreeMemory(BTreeNode* node) {
     TRACE(TR_ORCLEVEL2, " %s: Enter\n", "FreeMemory()");
     if (node) {
+        // A million keys and their nodes lie scattered over the heap, and
+        // each visit and each free waits for memory. Asking for all of a
+        // node's children, and then all of its keys, before touching any
+        // lets those waits overlap.
+        for (int i = 0; i < BT_ORDER && node->branch[i]; ++i) __builtin_prefetch(node->branch[i]);
         for (int i = 0; i < BT_ORDER && node->branch[i]; ++i) {
             FreeMemory(node->branch[i]);
             node->branch[i] = nullptr;
         }
+        for (int i = 0; i < BT_MAX_KEYS; ++i) __builtin_prefetch(node->key[i]);
+        for (int i = 0; i < node->count; ++i) prefetchBlockHeader(node->key[i]->data);
         for (int i = 0; i < node->count; ++i) FREE(&node->key[i]->data, __FILE__, __LINE__);
         for (int i = 0; i < BT_MAX_KEYS; ++i) FREE(&node->key[i], __FILE__, __LINE__);
         FREE(&node, __FILE__, __LINE__);
