@@ -115,14 +115,16 @@ EOF
     sync
 }
 
-# A copy of the repository as made, written out before anything is timed:
-# otherwise the kernel writes the copy's hundreds of megabytes back while
-# the next program runs, on the same two processors and disk, and that
-# program's time is partly the copy's.
+# A copy of the repository as made, written out with everything else still
+# waiting to be written before anything is timed: otherwise the kernel
+# writes the copy's hundreds of megabytes back (or the traced run's trace
+# file) while the next program runs, on the same two processors and disk,
+# and that program's time is partly theirs; a deletion's syncs wait behind
+# them.
 fresh_repository() {
     rm -f "$dir/vlt.db" "$dir/vlt.db-wal" "$dir/vlt.db-shm"
     cp "$dir/vlt.orig" "$dir/vlt.db"
-    sync "$dir/vlt.db"
+    sync
 }
 
 # run_program KIND ANSWERS: one run of zebosync with the options KIND, its
@@ -183,6 +185,7 @@ measure() {
         local found
         found=$(sed -n 's/.*Server query and matching: [0-9.]* s, \([0-9]*\) orphans.*/\1/p' "$dir/traced.trace" | tail -1)
         [ "$found" = "$orphans" ] || { echo "$0: $found orphans, expected $orphans" >&2; exit 1; }
+        rm -f "$dir/traced.trace"
 
         fresh_repository
         run_program plain "$delete_all"
